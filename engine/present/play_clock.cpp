@@ -1,0 +1,52 @@
+#include "present/play_clock.h"
+
+#include <cmath>
+
+namespace velmora {
+
+namespace {
+
+constexpr double ticks_per_second = 90000.0;
+
+} // namespace
+
+void PlayClock::anchor(Position position, double rate, SteadyTime now) {
+    anchor_ = position;
+    anchored_at_ = now;
+    rate_ = rate;
+}
+
+void PlayClock::set_rate(double rate, SteadyTime now) {
+    anchor(position(now), rate, now);
+}
+
+Position PlayClock::position(SteadyTime now) const {
+    const std::chrono::duration<double> elapsed = now - anchored_at_;
+    return anchor_ + Ticks{std::llround(elapsed.count() * rate_ * ticks_per_second)};
+}
+
+SteadyTime PlayClock::due(Position position) const {
+    if (!running()) {
+        return SteadyTime::max();
+    }
+    const std::chrono::duration<double> wait{static_cast<double>((position - anchor_).count()) /
+                                             (ticks_per_second * rate_)};
+    return anchored_at_ + std::chrono::duration_cast<SteadyClock::duration>(wait);
+}
+
+void SharedPlayClock::anchor(Position position, double rate, SteadyTime now) {
+    const std::lock_guard lock{mutex_};
+    clock_.anchor(position, rate, now);
+}
+
+void SharedPlayClock::set_rate(double rate, SteadyTime now) {
+    const std::lock_guard lock{mutex_};
+    clock_.set_rate(rate, now);
+}
+
+PlayClock SharedPlayClock::snapshot() const {
+    const std::lock_guard lock{mutex_};
+    return clock_;
+}
+
+} // namespace velmora
