@@ -10,6 +10,8 @@
 #ifndef VELMORAAPI_H
 #define VELMORAAPI_H
 
+/* NOLINTBEGIN(modernize-use-using, modernize-redundant-void-arg): C includes this header too */
+
 #ifdef __cplusplus
 #include <cstddef>
 #include <cstdint>
@@ -403,5 +405,7 @@ VELMORA_AT(velmora_ext_t, Velmora_set_display_size, 16);
 #ifdef __cplusplus
 }
 #endif
+
+/* NOLINTEND(modernize-use-using, modernize-redundant-void-arg) */
 
 #endif
