@@ -21,6 +21,7 @@ class MediaQueue {
 public:
     explicit MediaQueue(std::size_t capacity) : capacity_{capacity} {}
 
+    ~MediaQueue() = default;
     MediaQueue(const MediaQueue&) = delete;
     MediaQueue& operator=(const MediaQueue&) = delete;
 
