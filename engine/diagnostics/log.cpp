@@ -90,4 +90,8 @@ void capture_ffmpeg_messages() noexcept {
     av_log_set_callback(ffmpeg_message);
 }
 
+void release_ffmpeg_messages() noexcept {
+    av_log_set_callback(av_log_default_callback);
+}
+
 } // namespace velmora

@@ -16,5 +16,7 @@ void log_incident(std::string_view component, std::string_view kind, std::string
 /// Sends the messages of FFmpeg's libraries through log_incident (warnings and worse). Process-wide,
 /// idempotent.
 void capture_ffmpeg_messages() noexcept;
+/// Lets FFmpeg write its messages itself again, before this code is unloaded.
+void release_ffmpeg_messages() noexcept;
 
 } // namespace velmora

@@ -17,14 +17,19 @@
 #   --tone HZ                      pitch of the sound, full scale / 8 (1000)
 #   --start SECONDS                time stamp of the start, on top of the muxer's own 1.4 s (0)
 #   --packet 188|192               bytes per packet (188)
+#   --video-options "OPTIONS"      more options for the video encoder, as ffmpeg takes them
+#   --mux-options "OPTIONS"        more options for the muxer
 set -euo pipefail
 
 codec=h264 size=640x360 fps=25 gop=25 bframes=2 bitrate=1M interlaced=0 duration=5 first=0
 audio=none tone=1000 start=0 packet=188 tool='' cache=''
+video_options='' mux_options=''
 
 while [ $# -gt 0 ]; do
     case $1 in
     --interlaced) interlaced=1; shift; continue ;;
+    --video-options) video_options=$2; shift 2; continue ;;
+    --mux-options) mux_options=$2; shift 2; continue ;;
     --codec | --size | --fps | --gop | --bframes | --bitrate | --duration | --first | --audio | --tone | --start | \
         --packet | --tool | --cache) [ $# -ge 2 ] && printf -v "${1#--}" %s "$2" && shift 2 ;;
     *) echo "make_stream.sh: unknown option $1" >&2; exit 2 ;;
@@ -36,6 +41,9 @@ if [ -z "$tool" ] || [ -z "$cache" ]; then
 fi
 
 name=$codec-$size-${fps}fps-gop$gop-b$bframes-$bitrate-i$interlaced-${duration}s-n$first-$audio-$tone-s$start-$packet
+if [ -n "$video_options$mux_options" ]; then
+    name=$name-$(printf '%s|%s' "$video_options" "$mux_options" | cksum | cut -d' ' -f1)
+fi
 stream=$cache/$name.ts
 mkdir -p "$cache"
 # Tests that run at once make a stream once.
@@ -74,11 +82,13 @@ if [ "$audio" != none ]; then
     sound=(-c:a "$encoder" -b:a 128k -ac 2)
 fi
 
+read -ra more_video <<<"$video_options"
+read -ra more_mux <<<"$mux_options"
 m2ts=0
 [ "$packet" = 192 ] && m2ts=1
 part=$stream.part
 encode() {
-    ffmpeg -nostdin -loglevel error -y "${inputs[@]}" "${video[@]}" "${sound[@]}" \
+    ffmpeg -nostdin -loglevel error -y "${inputs[@]}" "${video[@]}" "${more_video[@]}" "${sound[@]}" "${more_mux[@]}" \
         -output_ts_offset "$start" -f mpegts -mpegts_m2ts_mode "$m2ts" "$part" >&2
 }
 if [ "$codec" = none ]; then

@@ -12,7 +12,9 @@ std::filesystem::path make_stream(const StreamRecipe& recipe) {
             << recipe.fps << " --gop " << recipe.gop << " --bframes " << recipe.bframes << " --bitrate "
             << recipe.bitrate << (recipe.interlaced ? " --interlaced" : "") << " --duration "
             << recipe.duration << " --first " << recipe.first << " --audio " << recipe.audio << " --tone "
-            << recipe.tone << " --start " << recipe.start << " --packet " << recipe.packet;
+            << recipe.tone << " --start " << recipe.start << " --packet " << recipe.packet
+            << " --video-options '" << recipe.video_options << "' --mux-options '" << recipe.mux_options
+            << "'";
     // NOLINTNEXTLINE(cert-env33-c): the command is this file's own
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pipe(popen(command.str().c_str(), "re"), pclose);
     std::string path;

@@ -1,0 +1,29 @@
+// Which handle stands for which session.
+#pragma once
+
+#include "session/session.h"
+#include "velmoraapi.h"
+
+#include <map>
+#include <memory>
+#include <mutex>
+
+namespace velmora {
+
+/// Handles are never used again. Thread-safe.
+class SessionRegistry {
+public:
+    /// @return the new session's handle, never 0
+    velmora_handle_t open();
+    /// The session of a handle; null when there is none.
+    std::shared_ptr<Session> find(velmora_handle_t handle) const;
+    /// Takes a session out; null when there is none.
+    std::shared_ptr<Session> remove(velmora_handle_t handle);
+
+private:
+    mutable std::mutex mutex_;
+    std::map<velmora_handle_t, std::shared_ptr<Session>> sessions_;
+    velmora_handle_t last_handle_{0};
+};
+
+} // namespace velmora

@@ -1,0 +1,221 @@
+// The two exported tables. Each function finds its session and hands the call on; no exception gets out.
+
+#include "boundary/session_registry.h"
+#include "diagnostics/log.h"
+#include "velmoraapi.h"
+
+#include <cstring>
+#include <exception>
+#include <string>
+
+namespace velmora {
+namespace {
+
+constexpr int engine_version = 100;
+constexpr int failure = -1;
+
+/// FFmpeg's messages come to us while this library is loaded, and go their own way again afterwards.
+class MessageCapture {
+public:
+    MessageCapture() { capture_ffmpeg_messages(); }
+    ~MessageCapture() { release_ffmpeg_messages(); }
+    MessageCapture(const MessageCapture&) = delete;
+    MessageCapture& operator=(const MessageCapture&) = delete;
+};
+
+SessionRegistry& registry() {
+    static const MessageCapture capture;
+    static SessionRegistry instance;
+    return instance;
+}
+
+/// Runs `body` on the session of a handle.
+/// @return `otherwise` when there is no such session or the body throws
+template <class Result, class Body>
+Result with_session(velmora_handle_t handle, Result otherwise, Body&& body) noexcept {
+    try {
+        if (const auto session = registry().find(handle)) {
+            return body(*session);
+        }
+        log_incident("table", "handle", "no session of handle " + std::to_string(handle) + ", call ignored");
+    } catch (const std::exception& error) {
+        log_incident("table", "exception", std::string{"a call failed: "} + error.what());
+    }
+    return otherwise;
+}
+
+int not_available(const char* name) noexcept {
+    log_incident("table", name, std::string{name} + " is not available, call ignored");
+    return failure;
+}
+
+void close(velmora_handle_t handle) noexcept {
+    const int closed =
+        with_session(handle, failure, [](Session& session) { return session.close() ? 0 : failure; });
+    if (closed == 0) {
+        registry().remove(handle);
+    }
+}
+
+int open(velmora_setup_t /*setup*/, velmora_handle_t* handle) noexcept {
+    if (handle == nullptr) {
+        return failure;
+    }
+    *handle = 0;
+    try {
+        *handle = registry().open();
+        return 0;
+    } catch (const std::exception& error) {
+        log_incident("table", "open", std::string{"no session could be opened: "} + error.what());
+        return failure;
+    }
+}
+
+void stop(velmora_handle_t handle, int mask) noexcept {
+    with_session(handle, failure, [&](Session& session) {
+        session.stop(mask);
+        return 0;
+    });
+}
+
+int start(velmora_handle_t handle, int mask) noexcept {
+    return with_session(handle, failure, [&](Session& session) { return session.start(mask); });
+}
+
+int set_playback_param(velmora_handle_t handle, playback_setup_t setup) noexcept {
+    return with_session(handle, failure, [&](Session& session) {
+        session.set_playback(setup);
+        return 0;
+    });
+}
+
+int set_streaming_param(velmora_handle_t /*handle*/, streaming_setup_t /*setup*/) noexcept {
+    return not_available("Velmora_set_streaming_param");
+}
+
+int set_record_param(velmora_handle_t /*handle*/, record_setup_t /*setup*/) noexcept {
+    return not_available("Velmora_set_record_param");
+}
+
+int switch_dispatch(velmora_handle_t handle, int on) noexcept {
+    return with_session(handle, failure, [&](Session& session) {
+        session.switch_display(on != 0);
+        return 0;
+    });
+}
+
+int set_data_param(velmora_handle_t /*handle*/, data_setup_t /*setup*/) noexcept {
+    return not_available("Velmora_set_data_param");
+}
+
+int get_action() noexcept {
+    return not_available("Velmora_get_action");
+}
+
+void register_user_overlay(velmora_handle_t handle, velmora_user_overlay_callback_t callback,
+                           void* user) noexcept {
+    with_session(handle, failure, [&](Session& session) {
+        session.set_overlay(callback, user);
+        return 0;
+    });
+}
+
+void register_record_encode_frame(velmora_handle_t /*handle*/, velmora_user_record_callback_t /*callback*/,
+                                  void* /*user*/, velmora_user_index_callback_t /*index_callback*/) noexcept {
+    not_available("Velmora_register_record_encode_frame");
+}
+
+void put_encode_frame(velmora_handle_t /*handle*/, void* /*frame*/, int /*size*/) noexcept {
+    not_available("Velmora_put_encode_frame");
+}
+
+void setup_port(velmora_handle_t /*handle*/, int /*port*/) noexcept {
+    not_available("Velmora_setup_port");
+}
+
+void get_info(velmora_handle_t handle, velmora_info_t* info, int reset) noexcept {
+    if (info == nullptr) {
+        return;
+    }
+    *info = velmora_info_t{};
+    with_session(handle, failure, [&](Session& session) {
+        session.report(*info, reset != 0);
+        return 0;
+    });
+}
+
+void get_dll_ver(int* version) noexcept {
+    if (version != nullptr) {
+        *version = engine_version;
+    }
+}
+
+void get_plbck_status(velmora_handle_t handle, player_sdx_status* status) noexcept {
+    if (status == nullptr) {
+        return;
+    }
+    velmora_info_t info{};
+    get_info(handle, &info, 0);
+    *status = info.player_info;
+}
+
+void set_event(velmora_handle_t handle, playback_event_t event) noexcept {
+    with_session(handle, failure, [&](Session& session) {
+        session.handle_event(event);
+        return 0;
+    });
+}
+
+int get_tag_by_i(velmora_handle_t /*handle*/, int /*index*/) noexcept {
+    return not_available("Velmora_get_tag_by_i");
+}
+
+int set_volume_level(int /*level*/) noexcept {
+    return not_available("Velmora_set_volume");
+}
+
+int set_display_size(velmora_handle_t handle, int width, int height) noexcept {
+    return with_session(handle, failure, [&](Session& session) {
+        session.set_display_size({width, height});
+        return 0;
+    });
+}
+
+} // namespace
+} // namespace velmora
+
+extern "C" {
+
+// Looked up by name: the application reads the tables, not the functions.
+__attribute__((visibility("default"))) extern const velmora_t m_velmora;
+__attribute__((visibility("default"))) extern const velmora_ext_t m_velmora_ext;
+
+const velmora_t m_velmora = {
+    velmora::close,
+    velmora::open,
+    velmora::stop,
+    velmora::start,
+    velmora::set_playback_param,
+    velmora::set_streaming_param,
+    velmora::set_record_param,
+    velmora::switch_dispatch,
+    velmora::set_data_param,
+    velmora::get_action,
+    velmora::register_user_overlay,
+    velmora::register_record_encode_frame,
+    velmora::put_encode_frame,
+    velmora::setup_port,
+    velmora::get_info,
+    velmora::get_dll_ver,
+    velmora::get_plbck_status,
+    velmora::set_event,
+    velmora::get_tag_by_i,
+};
+
+const velmora_ext_t m_velmora_ext = {
+    sizeof(velmora_ext_t),
+    velmora::set_volume_level,
+    velmora::set_display_size,
+};
+
+} // extern "C"

@@ -1,0 +1,46 @@
+// Converts decoded pictures to 24-bit RGB and scales them in the same step.
+#pragma once
+
+#include "decode/picture_size.h"
+#include "media/av_handles.h"
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace velmora {
+
+/// A picture as receivers get it: red first, rows top to bottom.
+struct RgbPicture {
+    std::span<std::uint8_t> bytes; ///< pitch x height, valid until the next conversion
+    PictureSize size;
+    int pitch{0}; ///< bytes per row, picture_pitch(size.width)
+};
+
+/// Keeps its scaler and its buffer from picture to picture. Not thread-safe.
+class PictureConverter {
+public:
+    /// Converts by the matrix and range that the picture announces; BT.709 where it announces none and is
+    /// higher than 576 lines, else BT.601.
+    /// @return a picture without bytes when its pixel format cannot be converted
+    RgbPicture convert(const AVFrame& frame, PictureSize size);
+
+private:
+    bool prepare(const AVFrame& frame, PictureSize size);
+
+    struct Key {
+        int format{-1};
+        PictureSize source;
+        PictureSize target;
+        int matrix{0};
+        bool full_range{false};
+
+        bool operator==(const Key&) const = default;
+    };
+
+    Scaler scaler_;
+    Key key_;
+    std::vector<std::uint8_t> roomy_; ///< rows leave the converter room, then are packed
+};
+
+} // namespace velmora

@@ -1,0 +1,177 @@
+#include "decode/video_decoder.h"
+
+#include <algorithm>
+#include <cmath>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+
+namespace velmora {
+
+namespace {
+
+/// Up to this many pixels per second one thread decodes in time, with the least delay and work.
+constexpr double one_thread_pixel_rate = 1920.0 * 1088.0 * 31.0;
+constexpr double assumed_frame_rate = 25.0;
+constexpr double deepest_reordering = 8.0;
+constexpr double highest_frame_rate = 240.0;
+constexpr int most_threads = 4;
+
+std::int64_t ticks_or_none(std::optional<Position> position) {
+    return position ? position->time_since_epoch().count() : AV_NOPTS_VALUE;
+}
+
+CodecParser make_parser(AVCodecID codec) {
+    CodecParser parser{av_parser_init(codec)};
+    if (!parser) {
+        throw std::runtime_error{std::string{"no parser for "} + avcodec_get_name(codec)};
+    }
+    return parser;
+}
+
+} // namespace
+
+VideoDecoder::VideoDecoder(AVCodecID codec)
+    : codec_id_{codec}, parser_{make_parser(codec)}, packet_{make_packet()} {
+    const AVCodec* const decoder = avcodec_find_decoder(codec);
+    if (decoder == nullptr) {
+        throw std::runtime_error{std::string{"no decoder for "} + avcodec_get_name(codec)};
+    }
+    context_.reset(avcodec_alloc_context3(decoder));
+    if (!context_) {
+        throw std::bad_alloc{};
+    }
+    context_->pkt_timebase = AVRational{Timeline::period::num, static_cast<int>(Timeline::period::den)};
+}
+
+void VideoDecoder::accept_damaged_start() {
+    context_->flags |= AV_CODEC_FLAG_OUTPUT_CORRUPT;
+    context_->flags2 |= AV_CODEC_FLAG2_SHOW_ALL;
+}
+
+void VideoDecoder::decode(VideoUnit unit, Position wanted_from, const Sink& sink) {
+    const std::size_t size = unit.bytes.size() - unit.payload_start;
+    // Parsers and decoders read a little beyond what they are given.
+    unit.bytes.resize(unit.bytes.size() + AV_INPUT_BUFFER_PADDING_SIZE);
+    parse(unit.bytes.data() + unit.payload_start, static_cast<int>(size), unit.presentation, unit.decode,
+          wanted_from, sink);
+}
+
+void VideoDecoder::finish(Position wanted_from, const Sink& sink) {
+    parse(nullptr, 0, std::nullopt, std::nullopt, wanted_from, sink);
+    if (is_open_) {
+        send(nullptr, sink);
+        avcodec_flush_buffers(context_.get());
+    }
+    parser_ = make_parser(codec_id_);
+}
+
+void VideoDecoder::flush() {
+    if (is_open_) {
+        avcodec_flush_buffers(context_.get());
+    }
+    parser_ = make_parser(codec_id_);
+}
+
+void VideoDecoder::parse(const std::uint8_t* data, int size, std::optional<Position> presentation,
+                         std::optional<Position> decode, Position wanted_from, const Sink& sink) {
+    std::int64_t pts = ticks_or_none(presentation);
+    std::int64_t dts = ticks_or_none(decode);
+    bool is_last_round = size == 0;
+    do {
+        std::uint8_t* unit = nullptr;
+        int unit_size = 0;
+        const int used =
+            av_parser_parse2(parser_.get(), context_.get(), &unit, &unit_size, data, size, pts, dts, 0);
+        pts = AV_NOPTS_VALUE;
+        dts = AV_NOPTS_VALUE;
+        if (data != nullptr) {
+            data += used;
+            size -= used;
+        }
+        if (unit_size > 0) {
+            if (!is_open_) {
+                open(decode);
+            }
+            packet_->data = unit;
+            packet_->size = unit_size;
+            packet_->pts = parser_->pts;
+            packet_->dts = parser_->dts;
+            const bool only_reference =
+                packet_->pts != AV_NOPTS_VALUE && packet_->pts < wanted_from.time_since_epoch().count();
+            context_->skip_frame = only_reference || hurry_ ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
+            if (preview_) {
+                const Sink preview = std::exchange(preview_, nullptr);
+                send(packet_.get(), preview);
+                send(nullptr, preview);
+                avcodec_flush_buffers(context_.get());
+            }
+            send(packet_.get(), sink);
+        } else if (used <= 0) {
+            is_last_round = true;
+        }
+    } while (size > 0 && !is_last_round);
+}
+
+double VideoDecoder::guess_frame_rate(std::optional<Position> next_decode) const {
+    if (next_decode && parser_->dts != AV_NOPTS_VALUE) {
+        const std::chrono::duration<double> distance = *next_decode - Position{Ticks{parser_->dts}};
+        if (distance.count() * highest_frame_rate >= 1.0) {
+            return 1.0 / distance.count();
+        }
+    }
+    return assumed_frame_rate;
+}
+
+int VideoDecoder::guess_reordering(std::optional<Position> next_decode, double frame_rate) const {
+    if (!next_decode || parser_->pts == AV_NOPTS_VALUE || parser_->dts == AV_NOPTS_VALUE) {
+        return 0;
+    }
+    const std::chrono::duration<double> reordering = Ticks{parser_->pts - parser_->dts};
+    return static_cast<int>(std::clamp(std::round(reordering.count() * frame_rate), 0.0, deepest_reordering));
+}
+
+/// @param next_decode decoding time of the unit behind the one that the parser has just completed
+void VideoDecoder::open(std::optional<Position> next_decode) {
+    const double frame_rate = guess_frame_rate(next_decode);
+    // Without this hint a stream that does not announce its reordering begins with pictures out of order.
+    context_->has_b_frames = guess_reordering(next_decode, frame_rate);
+    const double pixel_rate = static_cast<double>(parser_->width) * parser_->height * frame_rate;
+    context_->thread_count = 1;
+    if (pixel_rate > one_thread_pixel_rate) {
+        const auto processors = static_cast<int>(std::thread::hardware_concurrency());
+        context_->thread_count = std::clamp(processors, 1, most_threads);
+    }
+    if (avcodec_open2(context_.get(), context_->codec, nullptr) < 0) {
+        throw std::runtime_error{std::string{"the decoder for "} + avcodec_get_name(codec_id_) +
+                                 " does not open"};
+    }
+    is_open_ = true;
+}
+
+void VideoDecoder::send(const AVPacket* packet, const Sink& sink) {
+    const int result = avcodec_send_packet(context_.get(), packet);
+    if (result < 0 && result != AVERROR_EOF) {
+        ++errors_;
+    }
+    receive(sink);
+}
+
+void VideoDecoder::receive(const Sink& sink) {
+    while (true) {
+        AvFrame frame = make_frame();
+        const int result = avcodec_receive_frame(context_.get(), frame.get());
+        if (result < 0) {
+            errors_ += result != AVERROR(EAGAIN) && result != AVERROR_EOF ? 1 : 0;
+            return;
+        }
+        if (frame->decode_error_flags != 0) {
+            ++errors_;
+        }
+        frame->pts = frame->best_effort_timestamp;
+        sink(std::move(frame));
+    }
+}
+
+} // namespace velmora

@@ -1,0 +1,70 @@
+// Turns the PES packets of a video stream into pictures.
+#pragma once
+
+#include "media/av_handles.h"
+#include "media/timeline.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <vector>
+
+namespace velmora {
+
+/// Payload of one PES packet of video, with its time stamps on the timeline.
+struct VideoUnit {
+    std::vector<std::uint8_t> bytes; ///< the whole PES packet
+    std::size_t payload_start{0};    ///< where its payload begins in `bytes`
+    std::optional<Position> presentation;
+    std::optional<Position> decode;
+};
+
+/// One decoder of libavcodec with its parser. Not thread-safe.
+class VideoDecoder {
+public:
+    /// Receives pictures in display order; `pts` holds the ticks of their Position, or AV_NOPTS_VALUE.
+    using Sink = std::function<void(AvFrame)>;
+
+    explicit VideoDecoder(AVCodecID codec);
+
+    AVCodecID codec_id() const { return codec_id_; }
+    /// Decodes the access units that the unit completes.
+    /// @param wanted_from pictures before it only serve as references and need not come out
+    void decode(VideoUnit unit, Position wanted_from, const Sink& sink);
+    /// Hands out what is in the pipe, at the end of the stream or in front of a jump of its time stamps.
+    /// The next unit must begin at an access point.
+    void finish(Position wanted_from, const Sink& sink);
+    /// Drops what is in the pipe, before a jump in the file.
+    void flush();
+    /// Leaves out pictures that no other picture needs, to catch up.
+    void set_hurry(bool hurry) { hurry_ = hurry; }
+    /// Decodes the next unit, an access point, twice: its picture goes to `preview` at once, without waiting
+    /// for the units that precede it in display order, and comes out in order later.
+    void preview_next(Sink preview) { preview_ = std::move(preview); }
+    /// Shows pictures even where no access point was found in front of them.
+    void accept_damaged_start();
+
+    /// Units that could not be decoded so far, and damaged pictures.
+    std::uint64_t errors() const { return errors_; }
+
+private:
+    void parse(const std::uint8_t* data, int size, std::optional<Position> presentation,
+               std::optional<Position> decode, Position wanted_from, const Sink& sink);
+    void open(std::optional<Position> next_decode);
+    int guess_reordering(std::optional<Position> next_decode, double frame_rate) const;
+    double guess_frame_rate(std::optional<Position> next_decode) const;
+    void send(const AVPacket* packet, const Sink& sink);
+    void receive(const Sink& sink);
+
+    AVCodecID codec_id_;
+    CodecContext context_;
+    CodecParser parser_;
+    AvPacket packet_;
+    Sink preview_;
+    std::uint64_t errors_{0};
+    bool is_open_{false};
+    bool hurry_{false};
+};
+
+} // namespace velmora

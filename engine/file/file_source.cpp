@@ -1,0 +1,102 @@
+#include "file/file_source.h"
+
+#include "diagnostics/log.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <string_view>
+#include <sys/stat.h>
+#include <system_error>
+#include <vector>
+
+namespace velmora {
+
+namespace {
+
+constexpr std::size_t probe_size = std::size_t{64} << 10U;
+
+std::string latin1_to_utf8(std::string_view latin1) {
+    std::string utf8;
+    for (const char character : latin1) {
+        const auto code = static_cast<unsigned char>(character);
+        if (code < 0x80) {
+            utf8.push_back(character);
+        } else {
+            utf8.push_back(static_cast<char>(0xC0U | (code >> 6U)));
+            utf8.push_back(static_cast<char>(0x80U | (code & 0x3FU)));
+        }
+    }
+    return utf8;
+}
+
+std::string error_text(int error) {
+    return std::generic_category().message(error);
+}
+
+FileDescriptor open_file(const std::string& latin1_path) {
+    // O_NONBLOCK: opening a FIFO without a writer must not wait; regular files ignore it.
+    constexpr int flags = O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY;
+    FileDescriptor file{::open(latin1_path.c_str(), flags)};
+    if (!file && errno == ENOENT) {
+        file = FileDescriptor{::open(latin1_to_utf8(latin1_path).c_str(), flags)};
+    }
+    if (!file) {
+        throw UnplayableFile{"cannot be opened: " + error_text(errno)};
+    }
+    return file;
+}
+
+void require_regular_file(const FileDescriptor& file) {
+    struct stat status {};
+    if (::fstat(file.get(), &status) != 0) {
+        throw UnplayableFile{"cannot be examined: " + error_text(errno)};
+    }
+    if (S_ISDIR(status.st_mode)) {
+        throw UnplayableFile{"is a directory"};
+    }
+    if (!S_ISREG(status.st_mode)) {
+        throw UnplayableFile{"is no regular file"};
+    }
+    if (status.st_size == 0) {
+        throw UnplayableFile{"is empty"};
+    }
+}
+
+} // namespace
+
+FileSource::FileSource(const std::string& latin1_path) : file_{open_file(latin1_path)} {
+    require_regular_file(file_);
+    std::vector<std::uint8_t> head(probe_size);
+    head.resize(read(0, head));
+    const auto layout = detect_packet_layout(head);
+    if (!layout) {
+        throw UnplayableFile{"is no transport stream"};
+    }
+    layout_ = *layout;
+}
+
+std::size_t FileSource::read(std::uint64_t offset, std::span<std::uint8_t> bytes) const {
+    std::size_t total = 0;
+    while (total < bytes.size()) {
+        const auto count = ::pread(file_.get(), bytes.data() + total, bytes.size() - total,
+                                   static_cast<off_t>(offset + total));
+        if (count > 0) {
+            total += static_cast<std::size_t>(count);
+        } else if (count < 0 && errno == EINTR) {
+            continue;
+        } else {
+            if (count < 0) {
+                log_incident("file", "read", "reading failed (" + error_text(errno) + "), taken as the end");
+            }
+            break;
+        }
+    }
+    return total;
+}
+
+std::uint64_t FileSource::size() const {
+    struct stat status {};
+    return ::fstat(file_.get(), &status) == 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
+}
+
+} // namespace velmora

@@ -1,0 +1,41 @@
+// The bytes of a transport stream file.
+#pragma once
+
+#include "media/file_descriptor.h"
+#include "ts/packet_sync.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <stdexcept>
+#include <string>
+
+namespace velmora {
+
+/// Why a file cannot be played; what() is the end of a sentence about the file.
+class UnplayableFile : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// An opened regular file in which packets were found. Reading is thread-safe.
+class FileSource {
+public:
+    /// Opens the file and looks for packets at its beginning; never blocks on pipes or devices.
+    /// @param latin1_path tried as it is, then as the same characters in UTF-8
+    /// @throws UnplayableFile when it is missing, unreadable, empty, no regular file or no transport stream
+    explicit FileSource(const std::string& latin1_path);
+
+    /// Fills `bytes` from `offset` on.
+    /// @return the number of bytes read; less than asked for at the end of the file or on a read error
+    std::size_t read(std::uint64_t offset, std::span<std::uint8_t> bytes) const;
+    /// Current size, bytes.
+    std::uint64_t size() const;
+    const PacketLayout& layout() const { return layout_; }
+
+private:
+    FileDescriptor file_;
+    PacketLayout layout_;
+};
+
+} // namespace velmora

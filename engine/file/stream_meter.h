@@ -1,0 +1,36 @@
+// Measures a stream's picture rate and bit rate by its own time.
+#pragma once
+
+#include "media/timeline.h"
+
+#include <cstdint>
+#include <deque>
+
+namespace velmora {
+
+/// Looks back one second of stream time.
+class StreamMeter {
+public:
+    /// @param decode decoding time of a unit of the leading stream
+    /// @param offset where it begins in the file, bytes
+    void add(Position decode, std::uint64_t offset);
+    /// Forgets everything, before a jump.
+    void restart() { window_.clear(); }
+
+    /// Units per second; 0 until half a second was seen.
+    std::int32_t units_per_second() const;
+    /// kbit/s of the whole file; 0 until half a second was seen.
+    std::int32_t kilobits_per_second() const;
+
+private:
+    struct Entry {
+        Position decode;
+        std::uint64_t offset;
+    };
+
+    double seconds() const;
+
+    std::deque<Entry> window_;
+};
+
+} // namespace velmora

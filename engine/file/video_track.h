@@ -1,0 +1,63 @@
+// The pictures of a played file: from queued units to pictures in display order.
+#pragma once
+
+#include "decode/video_decoder.h"
+#include "file/media_units.h"
+#include "media/picture.h"
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace velmora {
+
+/// Rebuilds its decoder when the stream changes and begins at access points only. Not thread-safe.
+class VideoTrack {
+public:
+    /// Decodes one unit; pictures that come out wait in ready().
+    void decode(QueuedVideo queued);
+    /// Brings out what is in the pipe, at the end of the file.
+    void finish();
+    /// Drops everything, before a jump in the file; pictures before `wanted_from` will not come out.
+    void restart(Position wanted_from);
+    /// Hands the first picture out before those that have to be decoded for its successors; once.
+    void preview_first(std::function<void(Picture)> on_preview) { on_preview_ = std::move(on_preview); }
+    /// Decodes from the first unit on, access point or not.
+    void accept_damaged_start() { accepts_damaged_start_ = true; }
+    /// The machine is late: leave out what can be left out.
+    void set_hurry(bool hurry);
+
+    /// Pictures in display order, oldest first; the owner takes them.
+    std::deque<Picture>& ready() { return ready_; }
+    const std::deque<Picture>& ready() const { return ready_; }
+    /// The last picture in front of the wanted ones, for a jump behind the last picture.
+    std::optional<Picture> take_last_unwanted();
+
+    AVCodecID codec() const { return decoder_ ? decoder_->codec_id() : AV_CODEC_ID_NONE; }
+    std::uint64_t decoded() const { return decoded_; }
+    std::uint64_t errors() const { return past_errors_ + (decoder_ ? decoder_->errors() : 0); }
+
+private:
+    bool begin_stream(const QueuedVideo& queued);
+    bool wait_for_access_point(const QueuedVideo& queued);
+    void take_frame(AvFrame frame);
+    void hand_out_preview(AvFrame frame);
+
+    std::unique_ptr<VideoDecoder> decoder_;
+    std::function<void(Picture)> on_preview_;
+    std::uint64_t stream_serial_{0};
+    std::deque<Picture> ready_;
+    std::optional<Picture> last_unwanted_;
+    std::optional<Position> last_position_;
+    Position wanted_from_{};
+    Ticks frame_distance_{3600};
+    std::uint64_t decoded_{0};
+    std::uint64_t past_errors_{0};
+    bool awaits_access_point_{true};
+    bool accepts_damaged_start_{false};
+    bool hurry_{false};
+};
+
+} // namespace velmora

@@ -1,0 +1,51 @@
+// Recognises the access points of a stream from its packets.
+#pragma once
+
+#include "index/access_point_index.h"
+#include "ts/access_point.h"
+#include "ts/pes.h"
+#include "ts/stream_selection.h"
+#include "ts/stream_timeline.h"
+#include "ts/ts_packet.h"
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace velmora {
+
+/// Fed with the packets of a file in order; looks at the beginning of each unit of the leading stream only.
+class AccessPointCollector {
+public:
+    explicit AccessPointCollector(AccessPointIndex& index) : index_{index} {}
+
+    void feed(const TsPacket& packet);
+    /// Decides the unit in progress; the extent is complete afterwards.
+    void finish();
+    /// Publishes the extent found so far.
+    void publish_extent(bool complete);
+
+private:
+    /// The unit whose beginning is being collected.
+    struct Unit {
+        std::uint64_t offset{0};
+        StreamTimeline::Mapped time;
+        TimeAnchor anchor;
+        std::size_t payload_start{0};
+    };
+
+    void begin_unit(const TsPacket& packet);
+    void read_header();
+    void decide(bool is_whole);
+
+    AccessPointIndex& index_;
+    ProgrammeChooser chooser_;
+    StreamTimeline timeline_;
+    Position last_picture_{};
+    std::optional<Unit> unit_;                 ///< header read, verdict open
+    std::optional<std::uint64_t> unit_offset_; ///< header not read yet
+    std::vector<std::uint8_t> bytes_;          ///< of the unit, from its PES header on
+    bool discontinuity_{false};
+};
+
+} // namespace velmora

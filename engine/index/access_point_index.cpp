@@ -1,0 +1,46 @@
+#include "index/access_point_index.h"
+
+#include <algorithm>
+
+namespace velmora {
+
+void AccessPointIndex::append(const AccessPoint& point) {
+    const std::lock_guard lock{mutex_};
+    points_.push_back(point);
+}
+
+void AccessPointIndex::set_extent(const IndexExtent& extent) {
+    const std::lock_guard lock{mutex_};
+    extent_ = extent;
+}
+
+IndexExtent AccessPointIndex::extent() const {
+    const std::lock_guard lock{mutex_};
+    return extent_;
+}
+
+std::optional<AccessPoint> AccessPointIndex::find(Position target,
+                                                  std::optional<std::uint64_t> before) const {
+    const std::lock_guard lock{mutex_};
+    const auto limit =
+        before ? std::ranges::lower_bound(points_, *before, {}, &AccessPoint::offset) : points_.end();
+    const auto above =
+        std::upper_bound(points_.begin(), limit, target,
+                         [](Position wanted, const AccessPoint& point) { return wanted < point.clean_from; });
+    if (above != points_.begin()) {
+        return *(above - 1);
+    }
+    return limit == points_.begin() ? std::nullopt : std::optional{points_.front()};
+}
+
+bool AccessPointIndex::covers(Position target) const {
+    const std::lock_guard lock{mutex_};
+    return extent_.complete || (!points_.empty() && target < points_.back().clean_from);
+}
+
+std::size_t AccessPointIndex::size() const {
+    const std::lock_guard lock{mutex_};
+    return points_.size();
+}
+
+} // namespace velmora

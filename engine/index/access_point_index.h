@@ -1,0 +1,50 @@
+// Where in a file decoding can begin.
+#pragma once
+
+#include "media/timeline.h"
+#include "ts/stream_timeline.h"
+
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+namespace velmora {
+
+/// A random access point of the leading stream.
+struct AccessPoint {
+    std::uint64_t offset{0}; ///< of the first transport packet of its unit, bytes
+    TimeAnchor anchor;       ///< of its decoding time stamp
+    Position presentation;   ///< of its picture
+    Position clean_from;     ///< first picture that comes out right when decoding begins here
+};
+
+/// What is known of a file's extent.
+struct IndexExtent {
+    Position end;          ///< end of the last picture found
+    Position last_picture; ///< begin of the last picture found
+    bool complete{false};  ///< the whole file was scanned
+};
+
+/// Grows while a scanner runs, is searched by the player. Thread-safe.
+class AccessPointIndex {
+public:
+    void append(const AccessPoint& point);
+    void set_extent(const IndexExtent& extent);
+
+    IndexExtent extent() const;
+    /// The last access point from which the picture at `target` comes out right, or the first of all.
+    /// @param before only points in front of this byte offset, to step back from one that did not serve
+    std::optional<AccessPoint> find(Position target,
+                                    std::optional<std::uint64_t> before = std::nullopt) const;
+    /// The index reaches beyond `target`, or is complete.
+    bool covers(Position target) const;
+    std::size_t size() const;
+
+private:
+    mutable std::mutex mutex_;
+    std::vector<AccessPoint> points_; ///< in file order, which is timeline order
+    IndexExtent extent_;
+};
+
+} // namespace velmora

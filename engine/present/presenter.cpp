@@ -1,0 +1,190 @@
+#include "present/presenter.h"
+
+#include "diagnostics/log.h"
+
+#include <exception>
+#include <string>
+#include <utility>
+
+namespace velmora {
+
+namespace {
+
+constexpr std::size_t lookahead = 2; // the next picture, and one more to know whether the next is late
+constexpr unsigned int pixel_format_rgb24 = 0;
+
+} // namespace
+
+Presenter::Presenter() : thread_{[this](const std::stop_token& stop) { run(stop); }} {}
+
+Presenter::~Presenter() {
+    thread_.request_stop();
+    thread_.join();
+}
+
+void Presenter::set_overlay(velmora_user_overlay_callback_t callback, void* user) {
+    const std::lock_guard lock{mutex_};
+    callback_ = callback;
+    user_ = user;
+}
+
+void Presenter::set_display_size(PictureSize size) {
+    const std::lock_guard lock{mutex_};
+    if (size.width <= 0 || size.height <= 0 || display_ == size) {
+        return;
+    }
+    display_ = size;
+    redraw_ = shown_.frame != nullptr;
+    woken_ = true;
+    changed_.notify_one();
+}
+
+void Presenter::attach(std::shared_ptr<PictureSource> source) {
+    const std::lock_guard lock{mutex_};
+    source_ = std::move(source);
+    ahead_.clear();
+    woken_ = true;
+    changed_.notify_one();
+}
+
+void Presenter::detach(const PictureSource& source) {
+    Lock lock{mutex_};
+    if (source_.get() != &source) {
+        return;
+    }
+    source_.reset();
+    ahead_.clear();
+    delivered_.wait(lock, [&] { return !delivering_; });
+    shown_ = {};
+    redraw_ = false;
+}
+
+void Presenter::wake() {
+    const std::lock_guard lock{mutex_};
+    woken_ = true;
+    changed_.notify_one();
+}
+
+void Presenter::run(const std::stop_token& stop) {
+    Lock lock{mutex_};
+    while (!stop.stop_requested()) {
+        SteadyTime next_due = SteadyTime::max();
+        try {
+            woken_ = false;
+            if (step(lock, next_due)) {
+                continue;
+            }
+        } catch (const std::exception& error) {
+            log_incident("presenter", "step", std::string{"a picture was left out: "} + error.what());
+        }
+        const auto is_woken = [&] { return woken_; };
+        if (next_due == SteadyTime::max()) {
+            changed_.wait(lock, stop, is_woken);
+        } else {
+            changed_.wait_until(lock, stop, next_due, is_woken);
+        }
+    }
+}
+
+bool Presenter::step(Lock& lock, SteadyTime& next_due) {
+    if (redraw_) {
+        redraw_ = false;
+        Picture again;
+        again.frame.reset(av_frame_clone(shown_.frame.get()));
+        if (again.frame) {
+            deliver(lock, std::move(again), false);
+        }
+        return true;
+    }
+    if (!source_) {
+        return false;
+    }
+    look_ahead();
+    if (ahead_.empty()) {
+        return false;
+    }
+    const PlayClock clock = source_->clock.snapshot();
+    const SteadyTime now = SteadyClock::now();
+    const auto is_due = [&](const Picture& picture) {
+        return picture.is_preview || picture.begins_run || clock.due(picture.position) <= now;
+    };
+    if (!is_due(ahead_.front())) {
+        next_due = clock.due(ahead_.front().position);
+        return false;
+    }
+    Picture picture = std::move(ahead_.front());
+    ahead_.pop_front();
+    if (picture.begins_run && shown_.frame && shown_.is_preview && shown_.generation == picture.generation) {
+        // The preview of this picture is on the screen.
+        begin_run(lock, std::move(picture));
+        return true;
+    }
+    if (!picture.begins_run && !ahead_.empty() && is_due(ahead_.front())) {
+        // Late: nothing is converted that would be replaced at once.
+        if (source_->on_dropped) {
+            source_->on_dropped(picture);
+        }
+        return true;
+    }
+    deliver(lock, std::move(picture), true);
+    return true;
+}
+
+void Presenter::look_ahead() {
+    const std::uint64_t generation = source_->generation.load();
+    std::erase_if(ahead_, [&](const Picture& picture) { return picture.generation != generation; });
+    while (ahead_.size() < lookahead) {
+        auto picture = source_->pictures.try_pop();
+        if (!picture) {
+            return;
+        }
+        if (picture->generation == generation) {
+            ahead_.push_back(std::move(*picture));
+        }
+    }
+}
+
+void Presenter::begin_run(Lock& lock, Picture picture) {
+    const auto source = source_;
+    delivering_ = true;
+    lock.unlock();
+    if (source->on_shown) {
+        source->on_shown(picture);
+    }
+    lock.lock();
+    delivering_ = false;
+    if (source_ == source) {
+        shown_ = std::move(picture);
+    }
+    delivered_.notify_all();
+}
+
+void Presenter::deliver(Lock& lock, Picture picture, bool is_new) {
+    const auto source = source_;
+    const auto display = display_;
+    const auto callback = callback_;
+    void* const user = user_;
+    delivering_ = true;
+    lock.unlock();
+    try {
+        const PictureSize size = delivered_size(square_pixel_size(*picture.frame), display);
+        const RgbPicture rgb = converter_.convert(*picture.frame, size);
+        if (is_new && source->on_shown) {
+            source->on_shown(picture);
+        }
+        if (callback != nullptr && !rgb.bytes.empty()) {
+            callback(user, 0, pixel_format_rgb24, rgb.size.width, rgb.size.height, rgb.pitch,
+                     rgb.bytes.data(), nullptr);
+        }
+    } catch (const std::exception& error) {
+        log_incident("presenter", "delivery", std::string{"a picture was left out: "} + error.what());
+    }
+    lock.lock();
+    delivering_ = false;
+    if (is_new && source_ == source) {
+        shown_ = std::move(picture);
+    }
+    delivered_.notify_all();
+}
+
+} // namespace velmora

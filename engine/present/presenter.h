@@ -1,0 +1,67 @@
+// Hands the picture that is due to the overlay callback.
+#pragma once
+
+#include "decode/picture_converter.h"
+#include "present/picture_source.h"
+#include "velmoraapi.h"
+
+#include <condition_variable>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <thread>
+
+namespace velmora {
+
+/// Owns the only thread that calls the overlay callback, from construction to destruction.
+/// All operations may be called from any thread; none waits for media work, detach and the destructor wait
+/// for a callback in progress.
+class Presenter {
+public:
+    Presenter();
+    ~Presenter();
+    Presenter(const Presenter&) = delete;
+    Presenter& operator=(const Presenter&) = delete;
+
+    void set_overlay(velmora_user_overlay_callback_t callback, void* user);
+    /// Pictures are delivered at the size that fits; the one shown is delivered again.
+    void set_display_size(PictureSize size);
+    /// Shows the pictures of `source` from now on, instead of what was shown.
+    void attach(std::shared_ptr<PictureSource> source);
+    /// After return no picture of `source` is delivered any more. Without effect when another one is
+    /// attached.
+    void detach(const PictureSource& source);
+    /// To be called when something changed that decides what is due: a picture came, the clock was set.
+    void wake();
+    /// The caller runs inside the overlay callback.
+    bool is_own_thread() const { return std::this_thread::get_id() == thread_.get_id(); }
+
+private:
+    using Lock = std::unique_lock<std::mutex>;
+
+    void run(const std::stop_token& stop);
+    bool step(Lock& lock, SteadyTime& next_due);
+    void look_ahead();
+    void begin_run(Lock& lock, Picture picture);
+    void deliver(Lock& lock, Picture picture, bool is_new);
+
+    std::mutex mutex_;
+    std::condition_variable_any changed_;
+    std::condition_variable delivered_;
+    // Protected by mutex_:
+    std::shared_ptr<PictureSource> source_;
+    std::deque<Picture> ahead_; ///< taken from the source, not due yet
+    Picture shown_;
+    velmora_user_overlay_callback_t callback_{nullptr};
+    void* user_{nullptr};
+    std::optional<PictureSize> display_;
+    bool redraw_{false};
+    bool woken_{false};
+    bool delivering_{false};
+
+    PictureConverter converter_; ///< the presenter's thread only
+    std::jthread thread_;        ///< last, so that it ends before what it uses
+};
+
+} // namespace velmora

@@ -1,0 +1,55 @@
+// One engine session: everything that runs between open and close.
+#pragma once
+
+#include "file/file_player.h"
+#include "present/presenter.h"
+#include "velmoraapi.h"
+
+#include <memory>
+#include <mutex>
+#include <optional>
+
+namespace velmora {
+
+/// Owns presenter, sound and activities. All operations may be called from any thread; stopping and closing
+/// from inside the overlay callback is refused. Only start(1) waits for media work.
+class Session {
+public:
+    Session() = default;
+    ~Session();
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    void set_overlay(velmora_user_overlay_callback_t callback, void* user);
+    void set_display_size(PictureSize size);
+    void set_playback(const playback_setup_t& setup);
+    /// @param mask of 1 << ACTION_BIT
+    /// @return 0 when started
+    int start(int mask);
+    void stop(int mask);
+    /// Ends everything; a start in progress returns. Nothing can be started afterwards.
+    /// @return false when refused
+    bool close();
+    /// Gives the display to file playback (true) or live view.
+    void switch_display(bool to_playback);
+    void handle_event(const playback_event_t& event);
+    void report(velmora_info_t& info, bool reset);
+
+private:
+    int start_playback();
+    void stop_playback(const std::shared_ptr<FilePlayer>& player);
+    bool refuse_in_callback(const char* operation) const;
+    std::shared_ptr<FilePlayer> player() const;
+    void update_playback(const playback_event_t& event);
+
+    Presenter presenter_;
+
+    mutable std::mutex mutex_; ///< held for moments only, never while media work is done
+    // Protected by mutex_:
+    std::shared_ptr<FilePlayer> player_;
+    std::optional<playback_setup_t> playback_setup_;
+    int display_owner_{STREAMING_APP};
+    bool closed_{false};
+};
+
+} // namespace velmora

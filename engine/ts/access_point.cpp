@@ -1,0 +1,174 @@
+#include "ts/access_point.h"
+
+#include <cstddef>
+#include <cstring>
+#include <optional>
+
+namespace velmora {
+
+namespace {
+
+using Bytes = std::span<const std::uint8_t>;
+
+/// Index of the byte behind the next 00 00 01, from `from` on.
+std::optional<std::size_t> behind_start_code(Bytes bytes, std::size_t from) {
+    std::size_t at = from + 2;
+    while (at < bytes.size()) {
+        const auto* const one =
+            static_cast<const std::uint8_t*>(std::memchr(bytes.data() + at, 1, bytes.size() - at));
+        if (one == nullptr) {
+            return std::nullopt;
+        }
+        at = static_cast<std::size_t>(one - bytes.data());
+        if (bytes[at - 1] == 0 && bytes[at - 2] == 0) {
+            return at + 1;
+        }
+        ++at;
+    }
+    return std::nullopt;
+}
+
+/// An unsigned Exp-Golomb number (ITU-T H.264 9.1) at the start of bytes.
+int read_exp_golomb(Bytes bytes) {
+    const auto bit = [&](std::size_t i) -> unsigned {
+        return i / 8 < bytes.size() ? (static_cast<unsigned>(bytes[i / 8]) >> (7 - i % 8)) & 1U : 1U;
+    };
+    std::size_t zeros = 0;
+    while (zeros < 16 && bit(zeros) == 0) {
+        ++zeros;
+    }
+    unsigned value = 0;
+    for (std::size_t i = 0; i <= zeros; ++i) {
+        value = (value << 1U) | bit(zeros + i);
+    }
+    return static_cast<int>(value - 1);
+}
+
+constexpr unsigned recovery_point_payload = 6;
+
+/// recovery_frame_cnt of a recovery point message in an SEI unit, if it has one.
+/// @param needs_more set when the unit ends before its messages do
+std::optional<int> recovery_frames_of_sei(Bytes sei, bool& needs_more) {
+    std::size_t at = 0;
+    const auto read_sum = [&]() -> std::optional<std::size_t> {
+        std::size_t sum = 0;
+        while (at < sei.size()) {
+            const std::uint8_t byte = sei[at++];
+            sum += byte;
+            if (byte != 0xFF) {
+                return sum;
+            }
+        }
+        return std::nullopt;
+    };
+    while (at < sei.size() && sei[at] != 0x80) {
+        const auto type = read_sum();
+        const auto size = read_sum();
+        if (!type || !size || at + *size > sei.size()) {
+            needs_more = true;
+            return std::nullopt;
+        }
+        if (*type == recovery_point_payload) {
+            return read_exp_golomb(sei.subspan(at, *size));
+        }
+        at += *size;
+    }
+    return std::nullopt;
+}
+
+AccessPointResult find_in_h264(Bytes bytes) {
+    AccessPointResult result;
+    std::optional<int> recovery;
+    std::size_t from = 0;
+    while (const auto nal = behind_start_code(bytes, from)) {
+        if (*nal >= bytes.size()) {
+            return result;
+        }
+        const unsigned type = bytes[*nal] & 0x1FU;
+        if (type == 5) {
+            return {AccessPointVerdict::point, 0};
+        }
+        if (type >= 1 && type <= 4) {
+            return recovery ? AccessPointResult{AccessPointVerdict::point, *recovery}
+                            : AccessPointResult{AccessPointVerdict::none, 0};
+        }
+        if (type == 6 && !recovery) {
+            const auto next = behind_start_code(bytes, *nal);
+            const std::size_t end = next ? *next - 3 : bytes.size();
+            bool needs_more = false;
+            recovery = recovery_frames_of_sei(bytes.subspan(*nal + 1, end - *nal - 1), needs_more);
+            if (needs_more && !next) {
+                return result;
+            }
+        }
+        from = *nal;
+    }
+    return result;
+}
+
+AccessPointResult find_in_hevc(Bytes bytes) {
+    std::size_t from = 0;
+    while (const auto nal = behind_start_code(bytes, from)) {
+        if (*nal >= bytes.size()) {
+            break;
+        }
+        const unsigned type = (bytes[*nal] >> 1U) & 0x3FU;
+        if (type < 32) {
+            const bool is_irap = type >= 16 && type <= 23;
+            return {is_irap ? AccessPointVerdict::point : AccessPointVerdict::none, 0};
+        }
+        from = *nal;
+    }
+    return {};
+}
+
+AccessPointResult find_in_mpeg2(Bytes bytes) {
+    constexpr std::uint8_t picture_start_code = 0x00;
+    constexpr std::uint8_t sequence_header_code = 0xB3;
+    constexpr unsigned intra_picture = 1;
+    std::size_t from = 0;
+    while (const auto code = behind_start_code(bytes, from)) {
+        if (*code >= bytes.size()) {
+            break;
+        }
+        if (bytes[*code] == sequence_header_code) {
+            return {AccessPointVerdict::point, 0};
+        }
+        if (bytes[*code] == picture_start_code) {
+            if (*code + 2 >= bytes.size()) {
+                break;
+            }
+            const unsigned coding_type = (bytes[*code + 2] >> 3U) & 0x07U;
+            return {coding_type == intra_picture ? AccessPointVerdict::point : AccessPointVerdict::none, 0};
+        }
+        from = *code;
+    }
+    return {};
+}
+
+} // namespace
+
+AccessPointResult find_access_point(AVCodecID codec, std::span<const std::uint8_t> bytes, bool is_whole) {
+    AccessPointResult result;
+    switch (codec) {
+    case AV_CODEC_ID_H264:
+        result = find_in_h264(bytes);
+        break;
+    case AV_CODEC_ID_HEVC:
+        result = find_in_hevc(bytes);
+        break;
+    case AV_CODEC_ID_MPEG1VIDEO:
+    case AV_CODEC_ID_MPEG2VIDEO:
+        result = find_in_mpeg2(bytes);
+        break;
+    default:
+        result.verdict = AccessPointVerdict::point;
+        break;
+    }
+    if (is_whole && result.verdict == AccessPointVerdict::undecided) {
+        result.verdict = AccessPointVerdict::none;
+    }
+    return result;
+}
+
+} // namespace velmora

@@ -1,0 +1,83 @@
+#include "ts/demuxer.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace velmora {
+
+void Demuxer::feed(const TsPacket& packet) {
+    if (packet.transport_error) {
+        return;
+    }
+    if (chooser_.feed(packet)) {
+        select();
+    }
+    Track* const track = track_of(packet.pid);
+    if (track == nullptr) {
+        return;
+    }
+    const Continuity continuity = continuity_.check(packet);
+    if (continuity == Continuity::duplicate) {
+        return;
+    }
+    if (continuity == Continuity::broken) {
+        ++continuity_errors_;
+    }
+    discontinuity_indicated_ = discontinuity_indicated_ || packet.discontinuity;
+    if (packet.payload.empty() || packet.scrambled) {
+        return;
+    }
+    emit(*track, track->assembler.feed(packet, continuity == Continuity::broken));
+}
+
+std::optional<DemuxEvent> Demuxer::next() {
+    if (events_.empty()) {
+        return std::nullopt;
+    }
+    std::optional<DemuxEvent> event{std::move(events_.front())};
+    events_.pop_front();
+    return event;
+}
+
+void Demuxer::finish() {
+    for (Track& track : tracks_) {
+        emit(track, track.assembler.finish());
+    }
+}
+
+void Demuxer::restart() {
+    chooser_.restart();
+    continuity_.restart();
+    for (Track& track : tracks_) {
+        track.assembler.restart();
+    }
+    events_.clear();
+    discontinuity_indicated_ = false;
+}
+
+void Demuxer::select() {
+    finish();
+    tracks_.clear();
+    const StreamSelection& selection = *chooser_.selection();
+    for (const auto& stream : {selection.video, selection.audio, selection.data}) {
+        if (stream) {
+            tracks_.push_back(Track{stream->kind, stream->pid, {}});
+        }
+    }
+    events_.emplace_back(StreamsChanged{selection});
+}
+
+void Demuxer::emit(Track& track, std::optional<PesPacket> pes) {
+    if (pes) {
+        const bool is_leading = &track == &tracks_.front();
+        const bool indicated = is_leading && std::exchange(discontinuity_indicated_, false);
+        events_.emplace_back(DemuxedPes{track.kind, indicated, std::move(*pes)});
+    }
+}
+
+Demuxer::Track* Demuxer::track_of(std::uint16_t pid) {
+    const auto track = std::ranges::find(tracks_, pid, &Track::pid);
+    return track == tracks_.end() ? nullptr : &*track;
+}
+
+} // namespace velmora

@@ -1,0 +1,64 @@
+// Takes the selected programme of a transport stream apart into PES packets.
+#pragma once
+
+#include "ts/continuity.h"
+#include "ts/pes.h"
+#include "ts/stream_selection.h"
+#include "ts/ts_packet.h"
+
+#include <cstdint>
+#include <deque>
+#include <optional>
+#include <variant>
+
+namespace velmora {
+
+/// The selection changed: what follows belongs to these streams.
+struct StreamsChanged {
+    StreamSelection selection;
+};
+
+/// A PES packet of a selected stream.
+struct DemuxedPes {
+    StreamKind kind{StreamKind::unknown};
+    bool discontinuity_indicated{false}; ///< the stream announced a jump of its time stamps in front of it
+    PesPacket pes;
+};
+
+using DemuxEvent = std::variant<StreamsChanged, DemuxedPes>;
+
+/// Fed with packets in order, does no input or output of its own.
+class Demuxer {
+public:
+    void feed(const TsPacket& packet);
+    /// The next event, in stream order.
+    std::optional<DemuxEvent> next();
+    /// Hands out the units in progress at the end of the stream.
+    void finish();
+    /// Drops units in progress before a jump in the stream; the selection stays.
+    void restart();
+
+    const std::optional<StreamSelection>& selection() const { return chooser_.selection(); }
+    /// Continuity errors of the selected streams so far.
+    std::uint64_t continuity_errors() const { return continuity_errors_; }
+
+private:
+    struct Track {
+        StreamKind kind;
+        std::uint16_t pid;
+        PesAssembler assembler;
+    };
+
+    void select();
+    void emit(Track& track, std::optional<PesPacket> pes);
+    Track* track_of(std::uint16_t pid);
+
+    ProgrammeChooser chooser_;
+    ContinuityWatch continuity_;
+    std::vector<Track> tracks_;
+    std::deque<DemuxEvent> events_;
+    std::uint64_t continuity_errors_{0};
+    bool discontinuity_indicated_{false};
+};
+
+} // namespace velmora

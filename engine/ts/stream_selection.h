@@ -1,0 +1,53 @@
+// Chooses which programme of a transport stream is played, and which of its streams.
+#pragma once
+
+#include "ts/elementary_stream.h"
+#include "ts/programme_tables.h"
+
+#include <cstdint>
+#include <map>
+#include <optional>
+
+namespace velmora {
+
+/// The streams that are played: the first of each kind that the engine can decode.
+struct StreamSelection {
+    std::uint16_t programme{0};
+    std::optional<ElementaryStream> video;
+    std::optional<ElementaryStream> audio;
+    std::optional<ElementaryStream> data;
+
+    bool is_playable() const { return video.has_value() || audio.has_value(); }
+    /// The stream whose units make the timeline.
+    const ElementaryStream& leading() const { return video ? *video : *audio; }
+
+    bool operator==(const StreamSelection&) const = default;
+};
+
+/// What of a programme is played.
+StreamSelection select_streams(const Programme& programme);
+
+/// Follows the tables of a stream and settles on the first programme that is playable and really sent.
+class ProgrammeChooser {
+public:
+    /// @return true when the selection changed
+    bool feed(const TsPacket& packet);
+    /// Nothing while no playable programme is known.
+    const std::optional<StreamSelection>& selection() const { return selection_; }
+    /// Drops sections in progress, before a jump in the stream.
+    void restart() { tables_.restart(); }
+
+private:
+    bool choose_among_seen();
+    bool follow_tables();
+    bool adopt(const StreamSelection& selection);
+    int units_seen(const std::optional<ElementaryStream>& stream) const;
+
+    ProgrammeTables tables_;
+    std::map<std::uint16_t, int> units_; ///< how many units began on each PID
+    std::optional<StreamSelection> selection_;
+    std::uint64_t packets_{0}; ///< since the tables changed
+    bool is_confirmed_{false}; ///< units of the selected leading stream were seen
+};
+
+} // namespace velmora

@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds everything and runs all checks and tests:
+#   1. the development build with every test,
+#   2. formatting, forms and clang-tidy,
+#   3. unit, application and engine tests under AddressSanitizer and UndefinedBehaviorSanitizer,
+#   4. the engine's thread tests under ThreadSanitizer.
+set -euo pipefail
+cd "$(dirname "$0")"
+
+scripts/install_packages.sh test
+
+build() {
+    echo "build: $1"
+    cmake --preset "$1" >/dev/null
+    cmake --build --preset "$1"
+}
+
+run_tests() {
+    echo "test: $*"
+    ctest --preset "$@" --parallel 2
+}
+
+build dev
+run_tests dev
+
+scripts/lint.sh build/dev
+
+sanitizers=$PWD/tests/sanitizers
+export ASAN_OPTIONS=detect_leaks=1:detect_stack_use_after_return=1
+export LSAN_OPTIONS=suppressions=$sanitizers/lsan.supp:print_suppressions=0
+export UBSAN_OPTIONS=print_stacktrace=1
+export TSAN_OPTIONS=suppressions=$sanitizers/tsan.supp:halt_on_error=1
+
+build asan
+run_tests asan --label-exclude 'end_to_end'
+
+build tsan
+run_tests tsan --label-regex threads
+
+echo "all tests passed"

@@ -1,0 +1,148 @@
+// Seeking shows exactly the first picture at or behind the wanted second, whatever the stream is made of.
+#include "engine_under_test.h"
+#include "support/stream_maker.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <random>
+
+namespace {
+
+struct SeekCase {
+    std::string name;
+    StreamRecipe recipe;
+};
+
+void PrintTo(const SeekCase& seek_case, std::ostream* out) {
+    *out << seek_case.name;
+}
+
+StreamRecipe twenty_seconds(const std::string& codec, int gop, const std::string& options = {}) {
+    StreamRecipe recipe;
+    recipe.codec = codec;
+    recipe.width = 320;
+    recipe.height = 240;
+    recipe.duration = 20;
+    recipe.gop = gop;
+    recipe.bframes = codec == "mpeg2" ? 2 : 3;
+    recipe.video_options = options;
+    return recipe;
+}
+
+StreamRecipe interlaced(StreamRecipe recipe) {
+    recipe.interlaced = true;
+    return recipe;
+}
+
+std::vector<SeekCase> cases() {
+    return {
+        {"H264ClosedGop", twenty_seconds("h264", 50)},
+        {"H264LongGop", twenty_seconds("h264", 250)},
+        {"H264OpenGop", twenty_seconds("h264", 50, "-x264-params open-gop=1")},
+        {"H264WithoutReordering", twenty_seconds("h264", 50, "-tune zerolatency")},
+        {"H264IntraRefresh", twenty_seconds("h264", 50, "-x264-params intra-refresh=1:bframes=0")},
+        {"H264Interlaced", interlaced(twenty_seconds("h264", 50))},
+        {"Hevc", twenty_seconds("hevc", 50)},
+        {"HevcOpenGop", twenty_seconds("hevc", 50, "-x265-params keyint=50:open-gop=1:log-level=error")},
+        {"Mpeg2", twenty_seconds("mpeg2", 15)},
+        {"Mpeg2Interlaced", interlaced(twenty_seconds("mpeg2", 15))},
+    };
+}
+
+class Seek : public testing::TestWithParam<SeekCase> {};
+
+/// Seeks in pause and expects the number that stands at each second.
+void expect_exact_seeks(EngineUnderTest& engine, int seconds, int seeks, unsigned pictures_per_second = 25) {
+    std::mt19937 random{7};
+    std::uniform_int_distribution<int> any_second{0, seconds - 1};
+    int previous = 0;
+    for (int i = 0; i < seeks; ++i) {
+        int second = any_second(random);
+        if (second == previous) {
+            second = (second + 1) % seconds;
+        }
+        previous = second;
+        engine.forget_pictures();
+        engine.seek(second);
+        ASSERT_TRUE(engine.wait_for_pictures(1)) << "second " << second;
+        EXPECT_EQ(engine.pictures().front().number, static_cast<unsigned>(second) * pictures_per_second)
+            << "second " << second;
+        EXPECT_EQ(engine.info().player_info.second, second);
+    }
+}
+
+TEST_P(Seek, ShowsTheExactPicture) {
+    EngineLibrary library;
+    EngineUnderTest engine{library};
+    ASSERT_EQ(engine.play(make_stream(GetParam().recipe), PLAYER_SPD_PAUSE), 0);
+    ASSERT_TRUE(engine.wait_for_pictures(1));
+    expect_exact_seeks(engine, 20, 24);
+}
+
+INSTANTIATE_TEST_SUITE_P(Streams, Seek, testing::ValuesIn(cases()),
+                         [](const auto& instance) { return instance.param.name; });
+
+std::filesystem::path joined(const std::filesystem::path& first, const std::filesystem::path& second,
+                             const std::string& name) {
+    auto path = first.parent_path() / (name + "." + std::to_string(::getpid()) + ".ts");
+    std::ofstream out{path, std::ios::binary};
+    out << std::ifstream{first, std::ios::binary}.rdbuf() << std::ifstream{second, std::ios::binary}.rdbuf();
+    return path;
+}
+
+TEST(SeekInJoinedRecordings, TheTimelineIsTheSumOfThePieces) {
+    StreamRecipe first = twenty_seconds("h264", 50);
+    StreamRecipe second = first;
+    second.first = 500;
+    const auto file = joined(make_stream(first), make_stream(second), "joined");
+    EngineLibrary library;
+    EngineUnderTest engine{library};
+    ASSERT_EQ(engine.play(file, PLAYER_SPD_PAUSE), 0);
+    ASSERT_TRUE(
+        engine.wait_for_info([](const velmora_info_t& info) { return info.player_info.total_second == 40; }));
+    expect_exact_seeks(engine, 40, 24);
+    std::filesystem::remove(file);
+}
+
+TEST(SeekInJoinedRecordings, CodecAndPidsMayChange) {
+    StreamRecipe first = twenty_seconds("h264", 50);
+    StreamRecipe second = twenty_seconds("mpeg2", 15);
+    second.first = 500;
+    second.mux_options = "-streamid 0:401 -mpegts_pmt_start_pid 4000";
+    const auto file = joined(make_stream(first), make_stream(second), "mixed");
+    EngineLibrary library;
+    EngineUnderTest engine{library};
+    ASSERT_EQ(engine.play(file, PLAYER_SPD_PAUSE), 0);
+    ASSERT_TRUE(
+        engine.wait_for_info([](const velmora_info_t& info) { return info.player_info.total_second == 40; }));
+    expect_exact_seeks(engine, 40, 16);
+    std::filesystem::remove(file);
+}
+
+TEST(SeekAcrossTheWrap, PositionsGoOnBehindIt) {
+    StreamRecipe recipe = twenty_seconds("h264", 50);
+    recipe.start = 95434; // the 33-bit counter wraps after 95443.7 s
+    EngineLibrary library;
+    EngineUnderTest engine{library};
+    ASSERT_EQ(engine.play(make_stream(recipe), PLAYER_SPD_PAUSE), 0);
+    ASSERT_TRUE(
+        engine.wait_for_info([](const velmora_info_t& info) { return info.player_info.total_second == 20; }));
+    expect_exact_seeks(engine, 20, 16);
+}
+
+TEST(SeekRepeatedly, TheLastCommandWins) {
+    EngineLibrary library;
+    EngineUnderTest engine{library};
+    ASSERT_EQ(engine.play(make_stream(twenty_seconds("h264", 250)), PLAYER_SPD_PAUSE), 0);
+    ASSERT_TRUE(engine.wait_for_pictures(1));
+    for (int i = 0; i < 20; ++i) {
+        engine.seek((i * 7) % 20);
+    }
+    engine.seek(13);
+    ASSERT_TRUE(
+        engine.wait_for_info([&](const velmora_info_t&) { return engine.last_number() == 13U * 25U; }));
+    EXPECT_EQ(engine.info().player_info.second, 13);
+}
+
+} // namespace

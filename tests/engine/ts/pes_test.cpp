@@ -1,0 +1,80 @@
+#include "ts/pes.h"
+
+#include "ts/packet_builder.h"
+
+#include <gtest/gtest.h>
+
+namespace velmora {
+namespace {
+
+using test::Bytes;
+
+std::vector<PesPacket> assemble(PesAssembler& assembler, const Bytes& pes, std::uint16_t pid = 100) {
+    std::vector<PesPacket> packets;
+    for (std::size_t at = 0; at < pes.size(); at += 184) {
+        const Bytes part(pes.begin() + static_cast<std::ptrdiff_t>(at),
+                         pes.begin() + static_cast<std::ptrdiff_t>(std::min(at + 184, pes.size())));
+        const Bytes bytes = test::packet(pid, static_cast<unsigned>(at / 184), at == 0, part);
+        if (auto packet = assembler.feed(test::parsed(bytes, at), false)) {
+            packets.push_back(std::move(*packet));
+        }
+    }
+    return packets;
+}
+
+TEST(Pes, ReadsBothTimeStampsUpTo33Bits) {
+    const auto header = parse_pes_header(test::pes(0x1FFFFFFFF, 0x123456789, {}));
+    ASSERT_TRUE(header);
+    EXPECT_EQ(header->pts, StreamTime{0x1FFFFFFFF});
+    EXPECT_EQ(header->dts, StreamTime{0x123456789});
+    EXPECT_EQ(parse_pes_header(test::pes(7, 7, {}))->dts, StreamTime{7});
+}
+
+TEST(Pes, AnUnboundedPacketEndsWithTheNextOne) {
+    PesAssembler assembler;
+    const Bytes payload(500, 0x31);
+    EXPECT_TRUE(assemble(assembler, test::pes(1, 1, payload)).empty());
+    const auto packets = assemble(assembler, test::pes(2, 2, payload));
+    ASSERT_EQ(packets.size(), 1U);
+    EXPECT_TRUE(std::ranges::equal(packets[0].payload(), payload));
+    const auto last = assembler.finish();
+    ASSERT_TRUE(last);
+    EXPECT_EQ(last->header.pts, StreamTime{2});
+    EXPECT_FALSE(assembler.finish());
+}
+
+TEST(Pes, ABoundedPacketEndsWithItsLength) {
+    PesAssembler assembler;
+    const auto packets = assemble(assembler, test::pes(1, 1, Bytes(500, 0x31), true));
+    ASSERT_EQ(packets.size(), 1U);
+    EXPECT_EQ(packets[0].payload().size(), 500U);
+}
+
+TEST(Pes, TwoShortBoundedPacketsInARowAreBothHandedOut) {
+    PesAssembler assembler;
+    EXPECT_EQ(assemble(assembler, test::pes(1, 1, Bytes(20, 1), true)).size(), 1U);
+    EXPECT_EQ(assemble(assembler, test::pes(2, 2, Bytes(20, 1), true)).size(), 1U);
+}
+
+TEST(Pes, WhatIsNoHeaderIsDropped) {
+    PesAssembler assembler;
+    assemble(assembler, Bytes(300, 0x31));
+    EXPECT_FALSE(assembler.finish());
+    EXPECT_FALSE(parse_pes_header(Bytes{0, 0, 1}));
+    Bytes truncated = test::pes(1, 1, {});
+    truncated.resize(11);
+    EXPECT_FALSE(parse_pes_header(truncated));
+}
+
+TEST(Pes, KeepsABoundOnItsSize) {
+    PesAssembler assembler;
+    assemble(assembler, test::pes(1, 1, Bytes(184, 1)));
+    const Bytes more = test::packet(100, 0, false, Bytes(184, 2));
+    for (std::size_t bytes = 0; bytes < PesAssembler::max_size + 100000; bytes += 184) {
+        EXPECT_FALSE(assembler.feed(test::parsed(more), false));
+    }
+    EXPECT_LE(assembler.finish()->bytes.size(), PesAssembler::max_size);
+}
+
+} // namespace
+} // namespace velmora

@@ -1,0 +1,113 @@
+#include "ts/programme_tables.h"
+
+#include "ts/packet_builder.h"
+#include "ts/stream_selection.h"
+
+#include <gtest/gtest.h>
+
+namespace velmora {
+namespace {
+
+using test::Bytes;
+
+bool feed_section(auto& tables, std::uint16_t pid, const Bytes& section) {
+    return tables.feed(test::parsed(test::packet(pid, 0, true, test::with_pointer(section))));
+}
+
+TEST(ProgrammeTables, FollowPatAndPmt) {
+    ProgrammeTables tables;
+    EXPECT_TRUE(feed_section(tables, 0, test::pat({{1, 0x100}})));
+    EXPECT_FALSE(tables.complete());
+    EXPECT_TRUE(feed_section(tables, 0x100, test::pmt(1, {{0x1B, 0x101}, {0x0F, 0x102}})));
+    EXPECT_TRUE(tables.complete());
+    const auto programmes = tables.programmes();
+    ASSERT_EQ(programmes.size(), 1U);
+    ASSERT_EQ(programmes[0].streams.size(), 2U);
+    EXPECT_EQ(programmes[0].streams[0].codec, AV_CODEC_ID_H264);
+    EXPECT_EQ(programmes[0].streams[1].codec, AV_CODEC_ID_AAC);
+    EXPECT_FALSE(feed_section(tables, 0x100, test::pmt(1, {{0x1B, 0x101}, {0x0F, 0x102}}))) << "nothing new";
+    EXPECT_TRUE(feed_section(tables, 0x100, test::pmt(1, {{0x24, 0x101}}))) << "another content";
+}
+
+TEST(ProgrammeTables, IgnoreDamageOtherTablesAndTablesToCome) {
+    ProgrammeTables tables;
+    Bytes damaged = test::pat({{1, 0x100}});
+    damaged[9] ^= 1U;
+    EXPECT_FALSE(feed_section(tables, 0, damaged));
+    EXPECT_FALSE(feed_section(tables, 0, test::pat({{1, 0x100}}, false)));
+    EXPECT_TRUE(feed_section(tables, 0, test::pat({{1, 0x100}})));
+    EXPECT_FALSE(feed_section(tables, 0x100, test::section(0xFC, Bytes(30, 0)))); // SCTE-35 on the PMT's PID
+    EXPECT_FALSE(feed_section(tables, 0x100, test::pmt(9, {{0x1B, 0x101}})))
+        << "of a programme not in the PAT";
+}
+
+TEST(ProgrammeTables, PutASectionTogetherFromSeveralPackets) {
+    ProgrammeTables tables;
+    feed_section(tables, 0, test::pat({{1, 0x100}}));
+    const Bytes descriptors(200, 0);
+    const Bytes payload = test::with_pointer(test::pmt(1, {{0x1B, 0x101}, {0x06, 0x102, descriptors}}));
+    const Bytes first(payload.begin(), payload.begin() + 184);
+    const Bytes second(payload.begin() + 184, payload.end());
+    EXPECT_FALSE(tables.feed(test::parsed(test::packet(0x100, 0, true, first))));
+    EXPECT_TRUE(tables.feed(test::parsed(test::packet(0x100, 1, false, second))));
+}
+
+TEST(ElementaryStreams, AreRecognisedByTypeAndDescriptors) {
+    const auto codec = [](std::uint8_t type, const Bytes& descriptors) {
+        return describe_elementary_stream(type, 0x101, descriptors).codec;
+    };
+    EXPECT_EQ(codec(0x02, {}), AV_CODEC_ID_MPEG2VIDEO);
+    EXPECT_EQ(codec(0x24, {}), AV_CODEC_ID_HEVC);
+    EXPECT_EQ(codec(0x81, {}), AV_CODEC_ID_AC3);
+    EXPECT_EQ(codec(0x06, {0x6A, 1, 0}), AV_CODEC_ID_AC3);
+    EXPECT_EQ(codec(0x06, {0x7A, 1, 0}), AV_CODEC_ID_EAC3);
+    EXPECT_EQ(codec(0x06, {0x05, 4, 'O', 'p', 'u', 's', 0x7F, 2, 0x80, 2}), AV_CODEC_ID_OPUS);
+    EXPECT_EQ(codec(0x06, {0x05, 4, 'K', 'L', 'V', 'A'}), AV_CODEC_ID_SMPTE_KLV);
+    EXPECT_EQ(codec(0x15, {}), AV_CODEC_ID_SMPTE_KLV);
+    EXPECT_EQ(describe_elementary_stream(0x86, 0x101, {}).kind, StreamKind::unknown);
+    EXPECT_EQ(codec(0x06, {0x05, 200, 'K'}), AV_CODEC_ID_BIN_DATA) << "a descriptor beyond its loop";
+}
+
+/// Unit starts on a PID, as many as asked for.
+void begin_units(ProgrammeChooser& chooser, std::uint16_t pid, int count) {
+    for (int i = 0; i < count; ++i) {
+        chooser.feed(test::parsed(test::packet(pid, 0, true, test::pes(0, 0, {}))));
+    }
+}
+
+TEST(ProgrammeChooser, TakesTheFirstPlayableProgrammeThatIsSent) {
+    ProgrammeChooser chooser;
+    feed_section(chooser, 0, test::pat({{1, 0x100}, {2, 0x200}, {3, 0x300}}));
+    feed_section(chooser, 0x100, test::pmt(1, {{0x86, 0x101}}));
+    feed_section(chooser, 0x200, test::pmt(2, {{0x1B, 0x201}}));
+    feed_section(chooser, 0x300, test::pmt(3, {{0x1B, 0x301}}));
+    begin_units(chooser, 0x301, 1);
+    EXPECT_FALSE(chooser.selection()) << "the second programme may still come";
+    begin_units(chooser, 0x201, 1);
+    ASSERT_TRUE(chooser.selection());
+    EXPECT_EQ(chooser.selection()->programme, 2);
+}
+
+TEST(ProgrammeChooser, DoesNotWaitForeverForAProgrammeThatIsNotSent) {
+    ProgrammeChooser chooser;
+    feed_section(chooser, 0, test::pat({{1, 0x100}, {2, 0x200}}));
+    feed_section(chooser, 0x100, test::pmt(1, {{0x1B, 0x101}}));
+    feed_section(chooser, 0x200, test::pmt(2, {{0x1B, 0x201}}));
+    begin_units(chooser, 0x201, 6000);
+    ASSERT_TRUE(chooser.selection());
+    EXPECT_EQ(chooser.selection()->programme, 2);
+}
+
+TEST(ProgrammeChooser, DropsVideoThatIsAnnouncedButNotSent) {
+    ProgrammeChooser chooser;
+    feed_section(chooser, 0, test::pat({{1, 0x100}}));
+    feed_section(chooser, 0x100, test::pmt(1, {{0x1B, 0x101}, {0x0F, 0x102}}));
+    begin_units(chooser, 0x102, 1);
+    ASSERT_TRUE(chooser.selection());
+    EXPECT_TRUE(chooser.selection()->video);
+    begin_units(chooser, 0x102, 30);
+    EXPECT_FALSE(chooser.selection()->video);
+}
+
+} // namespace
+} // namespace velmora
