@@ -255,7 +255,8 @@ bool FilePlayer::needs_more() const {
         return false;
     }
     const bool wants_pictures = !sound_only() && video_.ready().empty();
-    const bool wants_sound = sound_.ready().empty();
+    const bool has_sound = feed_->selection() && feed_->selection()->audio;
+    const bool wants_sound = has_sound && sound_.ready().empty();
     return (wants_pictures && feed_->waiting_bytes() < most_waiting_for_pictures) ||
            (wants_sound && feed_->waiting_bytes() < most_waiting_for_sound);
 }

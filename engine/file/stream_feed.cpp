@@ -30,7 +30,8 @@ bool StreamFeed::read_more() {
 }
 
 void StreamFeed::seek(const std::optional<AccessPoint>& point) {
-    demuxer_.restart();
+    demuxer_.restart(point ? point->streams.get() : nullptr);
+    take_events();
     meter_.restart();
     video_.clear();
     sound_.clear();

@@ -17,7 +17,9 @@ void AccessPointCollector::feed(const TsPacket& packet) {
     if (packet.transport_error) {
         return;
     }
-    chooser_.feed(packet);
+    if (chooser_.feed(packet)) {
+        streams_ = std::make_shared<const StreamSelection>(*chooser_.selection());
+    }
     const auto& selection = chooser_.selection();
     if (!selection || packet.pid != selection->leading().pid) {
         return;
@@ -79,9 +81,9 @@ void AccessPointCollector::decide(bool is_whole) {
     }
     const Unit unit = *std::exchange(unit_, std::nullopt);
     if (result.verdict == AccessPointVerdict::point) {
-        index_.append(
-            AccessPoint{unit.offset, unit.anchor, unit.time.presentation,
-                        unit.time.presentation + result.recovery_frames * timeline_.unit_duration()});
+        index_.append(AccessPoint{unit.offset, unit.anchor, unit.time.presentation,
+                                  unit.time.presentation + result.recovery_frames * timeline_.unit_duration(),
+                                  streams_});
     }
 }
 

@@ -9,6 +9,7 @@
 #include "ts/ts_packet.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -40,6 +41,7 @@ private:
 
     AccessPointIndex& index_;
     ProgrammeChooser chooser_;
+    std::shared_ptr<const StreamSelection> streams_; ///< the chooser's selection, for the index to share
     StreamTimeline timeline_;
     Position last_picture_{};
     std::optional<Unit> unit_;                 ///< header read, verdict open

@@ -2,9 +2,11 @@
 #pragma once
 
 #include "media/timeline.h"
+#include "ts/stream_selection.h"
 #include "ts/stream_timeline.h"
 
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <vector>
@@ -17,6 +19,8 @@ struct AccessPoint {
     TimeAnchor anchor;       ///< of its decoding time stamp
     Position presentation;   ///< of its picture
     Position clean_from;     ///< first picture that comes out right when decoding begins here
+    std::shared_ptr<const StreamSelection>
+        streams; ///< in force there: the tables may stand far in front of it
 };
 
 /// What is known of a file's extent.

@@ -45,14 +45,16 @@ void Demuxer::finish() {
     }
 }
 
-void Demuxer::restart() {
-    chooser_.restart();
+void Demuxer::restart(const StreamSelection* selection) {
     continuity_.restart();
     for (Track& track : tracks_) {
         track.assembler.restart();
     }
     events_.clear();
     discontinuity_indicated_ = false;
+    if (chooser_.restart(selection)) {
+        select();
+    }
 }
 
 void Demuxer::select() {

@@ -35,8 +35,9 @@ public:
     std::optional<DemuxEvent> next();
     /// Hands out the units in progress at the end of the stream.
     void finish();
-    /// Drops units in progress before a jump in the stream; the selection stays.
-    void restart();
+    /// Drops units in progress before a jump in the stream.
+    /// @param selection what is in force behind the jump, if it is known; else the present one stays
+    void restart(const StreamSelection* selection);
 
     const std::optional<StreamSelection>& selection() const { return chooser_.selection(); }
     /// Continuity errors of the selected streams so far.

@@ -46,6 +46,11 @@ bool ProgrammeChooser::feed(const TsPacket& packet) {
     return (packet.payload_unit_start || packets_ == patience) && choose_among_seen();
 }
 
+bool ProgrammeChooser::restart(const StreamSelection* selection) {
+    tables_.restart();
+    return selection != nullptr && adopt(*selection);
+}
+
 int ProgrammeChooser::units_seen(const std::optional<ElementaryStream>& stream) const {
     const auto count = stream ? units_.find(stream->pid) : units_.end();
     return count == units_.end() ? 0 : count->second;

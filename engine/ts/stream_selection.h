@@ -35,7 +35,9 @@ public:
     /// Nothing while no playable programme is known.
     const std::optional<StreamSelection>& selection() const { return selection_; }
     /// Drops sections in progress, before a jump in the stream.
-    void restart() { tables_.restart(); }
+    /// @param selection what is in force behind the jump, if it is known
+    /// @return true when the selection changed
+    bool restart(const StreamSelection* selection);
 
 private:
     bool choose_among_seen();

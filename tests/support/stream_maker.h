@@ -17,14 +17,14 @@ struct StreamRecipe {
     int bframes = 2;
     std::string bitrate = "1M"; /* of the video, as ffmpeg writes it */
     bool interlaced = false;
-    int duration = 5;           /* seconds */
-    int first = 0;              /* number of the first picture */
-    std::string audio = "none"; /* aac, mp2, mp3, ac3, eac3, opus or none */
-    int tone = 1000;            /* pitch of the sound, Hz */
-    double start = 0;           /* time stamp of the start, seconds on top of the muxer's own 1.4 */
-    int packet = 188;           /* bytes per packet: 188 or 192 */
-    std::string video_options;  /* more options for the encoder, as ffmpeg takes them */
-    std::string mux_options;    /* more options for the muxer */
+    int duration = 5;            /* seconds */
+    int first = 0;               /* number of the first picture */
+    std::string audio = "none";  /* aac, mp2, mp3, ac3, eac3, opus or none */
+    int tone = 1000;             /* pitch of the sound, Hz */
+    double start = 0;            /* time stamp of the start, seconds on top of the muxer's own 1.4 */
+    int packet = 188;            /* bytes per packet: 188 or 192 */
+    std::string video_options{}; /* more options for the encoder, as ffmpeg takes them */
+    std::string mux_options{};   /* more options for the muxer */
 };
 
 /** Path of a stream made by the recipe, from the cache when it was made before; empty when ffmpeg fails. */

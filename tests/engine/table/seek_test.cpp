@@ -54,6 +54,7 @@ class Seek : public testing::TestWithParam<SeekCase> {};
 
 /// Seeks in pause and expects the number that stands at each second.
 void expect_exact_seeks(EngineUnderTest& engine, int seconds, int seeks, unsigned pictures_per_second = 25) {
+    ASSERT_TRUE(engine.wait_for_pictures(1));
     std::mt19937 random{7};
     std::uniform_int_distribution<int> any_second{0, seconds - 1};
     int previous = 0;
