@@ -1,0 +1,84 @@
+#include "present/audio_out.h"
+
+#include "diagnostics/log.h"
+
+#include <chrono>
+#include <new>
+#include <utility>
+
+namespace velmora {
+
+namespace {
+
+constexpr std::chrono::milliseconds feed_interval{10};
+
+} // namespace
+
+AudioOut::AudioOut() : thread_{[this](const std::stop_token& stop) { run(stop); }} {}
+
+void AudioOut::attach(std::shared_ptr<SoundQueue> queue, std::shared_ptr<const SharedPlayClock> clock) {
+    {
+        const std::lock_guard lock{mutex_};
+        ++generation_;
+        feeder_.discard();
+        source_ = {.queue = std::move(queue), .clock = std::move(clock)};
+    }
+    keeper_.want_device();
+    attached_.notify_all();
+}
+
+void AudioOut::detach() {
+    const std::lock_guard lock{mutex_};
+    ++generation_;
+    feeder_.discard();
+    outlet_.set_audible(false);
+    source_ = {};
+}
+
+void AudioOut::discard() {
+    const std::lock_guard lock{mutex_};
+    ++generation_;
+    feeder_.discard();
+}
+
+std::optional<Seconds> AudioOut::offset() const {
+    const std::lock_guard lock{mutex_};
+    return feeder_.offset();
+}
+
+void AudioOut::run(const std::stop_token& stop) {
+    std::unique_lock lock{mutex_};
+    while (attached_.wait(lock, stop, [this] { return source_.queue != nullptr; })) {
+        try {
+            feed(lock);
+        } catch (const std::bad_alloc&) {
+            log_incident("audio", "memory", "out of memory, falling silent");
+            source_ = {};
+        }
+        attached_.wait_for(lock, stop, feed_interval, [] { return false; });
+        if (stop.stop_requested()) {
+            return;
+        }
+    }
+}
+
+void AudioOut::feed(std::unique_lock<std::mutex>& lock) {
+    const Source source = source_;
+    const SteadyTime now = SteadyClock::now();
+    const PlayClock clock = source.clock->snapshot();
+    const std::uint64_t generation = generation_;
+    feeder_.feed(clock, now);
+    while (feeder_.hungry()) {
+        // Without the lock: the producer's notification may wait for one who waits for us.
+        lock.unlock();
+        std::optional<SoundFrame> frame = source.queue->try_pop();
+        lock.lock();
+        if (!frame || generation != generation_) {
+            return;
+        }
+        feeder_.accept(std::move(*frame));
+        feeder_.feed(clock, now);
+    }
+}
+
+} // namespace velmora

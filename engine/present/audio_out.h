@@ -1,0 +1,64 @@
+// The sound of a session.
+#pragma once
+
+#include "media/sound_frame.h"
+#include "present/audio_device_keeper.h"
+#include "present/play_clock.h"
+#include "present/sound_feeder.h"
+#include "present/sound_outlet.h"
+
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <thread>
+
+namespace velmora {
+
+/// Lets the frames of a queue be heard by the time of a clock. A follower: it never holds up the clock, and
+/// without a device it takes the frames all the same when their time has come. Heard at rate 1 only.
+///
+/// All functions may be called from any thread, but not from a notification of the queue.
+class AudioOut {
+public:
+    AudioOut();
+    ~AudioOut() = default;
+    AudioOut(const AudioOut&) = delete;
+    AudioOut& operator=(const AudioOut&) = delete;
+
+    /// Takes its sound from `queue` from now on. The clock must have been anchored at a place before the
+    /// sound of that place is queued, or it counts as late; a clock that stands still will do.
+    void attach(std::shared_ptr<SoundQueue> queue, std::shared_ptr<const SharedPlayClock> clock);
+
+    /// Falls silent. The queue is not touched any more, but for one frame that may be taken just now.
+    void detach();
+
+    /// Drops what has left the queue and was not heard yet. For a seek: clear the queue first, then discard,
+    /// then queue the sound of the new place.
+    void discard();
+
+    /// How much too early the sound is heard, mean of the last tenth of a second; nothing while none is.
+    std::optional<Seconds> offset() const;
+
+private:
+    /// What the sound comes from.
+    struct Source {
+        std::shared_ptr<SoundQueue> queue;
+        std::shared_ptr<const SharedPlayClock> clock;
+    };
+
+    void run(const std::stop_token& stop);
+    void feed(std::unique_lock<std::mutex>& lock);
+
+    SoundOutlet outlet_;
+    mutable std::mutex mutex_; ///< protects feeder_, source_ and generation_
+    std::condition_variable_any attached_;
+    SoundFeeder feeder_{outlet_};
+    Source source_;
+    std::uint64_t generation_{0}; ///< what was taken from the queue in an older one is not to be heard
+    AudioDeviceKeeper keeper_{outlet_};
+    std::jthread thread_; ///< last, so that it ends first
+};
+
+} // namespace velmora
