@@ -1,0 +1,14 @@
+// Starts the player: the engine first, then its window.
+#include "loadlib.h"
+#include "mainwindow.h"
+
+#include <QApplication>
+
+int main(int argc, char** argv) {
+    qputenv("QT_AUTO_SCREEN_SCALE_FACTOR", "1");
+    QApplication application{argc, argv};
+    load_engine();
+    MainWindow window;
+    window.show();
+    return QApplication::exec();
+}

@@ -1,0 +1,91 @@
+// The real main window against the test engine, in an empty working directory of its own.
+#pragma once
+
+#include "jsncfg.h"
+#include "loadlib.h"
+#include "mainwindow.h"
+#include "player_state.h"
+#include "test_engine_control.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QByteArray>
+#include <QDialog>
+#include <QJsonObject>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// How long conditions are waited for, milliseconds.
+inline constexpr int patience_ms = 10000;
+
+class MainWindowTest : public testing::Test {
+protected:
+    MainWindowTest();
+    ~MainWindowTest() override;
+
+    /// Makes and shows the window, as main does.
+    MainWindow& open_window();
+    void close_window();
+    MainWindow& window() { return *window_; }
+
+    template <class Widget = QWidget>
+    Widget* child(const char* name) {
+        auto* const widget = window_->findChild<Widget*>(QLatin1String(name));
+        EXPECT_NE(widget, nullptr) << name;
+        return widget;
+    }
+    /// Neither the widget itself nor a group around it was hidden.
+    bool shown(const char* name) { return !child(name)->isHidden(); }
+    void click(const char* button);
+    void trigger(const char* action) { child<QAction>(action)->trigger(); }
+    /// Calls a slot that takes no arguments.
+    void call_slot(const char* slot) { ASSERT_TRUE(QMetaObject::invokeMethod(window_.get(), slot)); }
+    void poll() { call_slot("get_action_info"); }
+
+    /// Runs `action` while the next modal dialog is open; the dialog must be closed by it.
+    void when_dialog_opens(std::function<void(QDialog&)> action);
+
+    const TestEngineControl& engine() const { return *control_; }
+    /// Changes what the engine answers.
+    template <class Change>
+    void script(Change change) {
+        TestEngineScript answers = engine().script();
+        change(answers);
+        engine().set_script(answers);
+    }
+    /// What the next polls read.
+    template <class Change>
+    void report(Change change) {
+        script([&](TestEngineScript& answers) { change(answers.info); });
+    }
+    /// Calls since the window was opened or the calls were forgotten, without those of the poll.
+    std::vector<RecordedCall> calls() const;
+    std::vector<std::string> call_names() const;
+    std::optional<RecordedCall> last_call(const std::string& name) const;
+
+    /// Opens a session as the first action that needs it would.
+    void open_session();
+    /// Takes the engine away, as if no library had been found.
+    static void remove_engine();
+
+    static void write_file(const QString& name, const QByteArray& content);
+    /// The configuration file's content; empty when there is none.
+    static QJsonObject saved_configuration();
+    static bool configuration_exists();
+    static void save_section(const QString& section, const QJsonObject& values);
+
+private:
+    QTemporaryDir folder_;
+    QString previous_folder_;
+    const TestEngineControl* control_;
+    std::unique_ptr<MainWindow> window_;
+};
