@@ -3,7 +3,9 @@
 #include <QFile>
 #include <QJsonObject>
 #include <QSaveFile>
+#include <filesystem>
 #include <memory>
+#include <system_error>
 #include <tuple>
 #include <utility>
 
@@ -98,6 +100,13 @@ Section* add_section(Config* config) {
     auto section = std::make_unique<Section>(config);
     config->p_cfg_list.append(section.get());
     return section.release();
+}
+
+/** Whether a path's symbolic links form a loop, which QSaveFile would replace by a file. */
+bool is_link_loop(const QString& path) {
+    std::error_code error;
+    static_cast<void>(std::filesystem::status(QFile::encodeName(path).constData(), error));
+    return error == std::errc::too_many_symbolic_link_levels;
 }
 
 } // namespace
@@ -230,7 +239,7 @@ void Config::write_cfg() const {
 int Config::save_cfg() {
     QSaveFile file(file_name);
     file.setDirectWriteFallback(true);
-    if (!file.open(QIODevice::WriteOnly)) {
+    if (is_link_loop(file_name) || !file.open(QIODevice::WriteOnly)) {
         return -1;
     }
     const QByteArray text = json_doc.toJson();

@@ -11,7 +11,7 @@ namespace {
 
 class OsClock : public testing::Test {
 protected:
-    ~OsClock() override { system_calls = {}; }
+    void TearDown() override { system_calls = {}; }
 
     void record_sleeps(int result) {
         system_calls.sleep = [this, result](const timespec& duration) {

@@ -29,7 +29,7 @@ bool is_held(OS_Semaphore_t semaphore) {
 
 class OsLock : public testing::Test {
 protected:
-    ~OsLock() override {
+    void TearDown() override {
         system_calls = {};
         OS_DeleteSignal(m_signal);
         OS_DeleteSemaphore(m_lock);
@@ -88,7 +88,6 @@ TEST_F(OsLock, AnUnlimitedWaitLastsUntilTheSignalAndHoldsTheLockAfterIt) {
         OS_SetSemaphore(m_lock);
     });
     OS_SetSemaphore(m_lock);
-    waiting.wait(false);
     while (!waiting) {
         std::this_thread::yield();
     }
@@ -114,7 +113,7 @@ TEST_F(OsLock, CountsSignalsWithoutAnyWaiter) {
 class OsLockDeath : public testing::Test {
 protected:
     OsLockDeath() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
-    ~OsLockDeath() override { system_calls = {}; }
+    void TearDown() override { system_calls = {}; }
 
     /** A semaphore whose lock reports misuse, which the default kind does not. */
     static OS_Semaphore_t checking_semaphore() {

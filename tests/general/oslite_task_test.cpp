@@ -47,7 +47,7 @@ void wait_until_ended(OS_Task_t task) {
 
 class OsTask : public testing::Test {
 protected:
-    ~OsTask() override { system_calls = {}; }
+    void TearDown() override { system_calls = {}; }
 
     /** Counts the sleeps from here on, without sleeping; `hook` runs in each. */
     void count_sleeps(std::function<void()> hook = [] {}) {
