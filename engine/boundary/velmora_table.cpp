@@ -2,6 +2,7 @@
 
 #include "boundary/session_registry.h"
 #include "diagnostics/log.h"
+#include "present/volume.h"
 #include "velmoraapi.h"
 
 #include <cstring>
@@ -170,8 +171,9 @@ int get_tag_by_i(velmora_handle_t /*handle*/, int /*index*/) noexcept {
     return not_available("Velmora_get_tag_by_i");
 }
 
-int set_volume_level(int /*level*/) noexcept {
-    return not_available("Velmora_set_volume");
+int set_volume_level(int level) noexcept {
+    set_volume(level);
+    return 0;
 }
 
 int set_display_size(velmora_handle_t handle, int width, int height) noexcept {

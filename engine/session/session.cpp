@@ -67,8 +67,8 @@ int Session::start_playback() {
         }
         FilePlayer::Setup file{text_of(setup.file_name, sizeof setup.file_name),
                                setup.speed == PLAYER_SPD_PAUSE};
-        player = std::make_shared<FilePlayer>(std::move(file),
-                                              FilePlayer::Hooks{[this] { presenter_.wake(); }, [] {}});
+        player = std::make_shared<FilePlayer>(
+            std::move(file), FilePlayer::Hooks{[this] { presenter_.wake(); }, [this] { audio_.discard(); }});
         previous = std::exchange(player_, player);
         display_owner_ = PLAYBACK_APP;
     }
@@ -81,6 +81,7 @@ int Session::start_playback() {
             const std::lock_guard lock{mutex_};
             if (player_ == player) {
                 presenter_.attach(player->pictures());
+                audio_.attach(player->sounds(), player->clock());
             }
         }
         is_ready = player->wait_ready();
@@ -107,6 +108,7 @@ int Session::start_playback() {
 void Session::stop_playback(const std::shared_ptr<FilePlayer>& player) {
     if (player) {
         presenter_.detach(*player->pictures());
+        audio_.detach();
         player->stop();
     }
 }

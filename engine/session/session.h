@@ -2,6 +2,7 @@
 #pragma once
 
 #include "file/file_player.h"
+#include "present/audio_out.h"
 #include "present/presenter.h"
 #include "velmoraapi.h"
 
@@ -43,6 +44,7 @@ private:
     void update_playback(const playback_event_t& event);
 
     Presenter presenter_;
+    AudioOut audio_;
 
     mutable std::mutex mutex_; ///< held for moments only, never while media work is done
     // Protected by mutex_:
