@@ -27,8 +27,11 @@ void AudioOut::attach(std::shared_ptr<SoundQueue> queue, std::shared_ptr<const S
     attached_.notify_all();
 }
 
-void AudioOut::detach() {
+void AudioOut::detach(const SoundQueue& queue) {
     const std::lock_guard lock{mutex_};
+    if (source_.queue.get() != &queue) {
+        return;
+    }
     ++generation_;
     feeder_.discard();
     outlet_.set_audible(false);

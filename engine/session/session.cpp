@@ -108,7 +108,7 @@ int Session::start_playback() {
 void Session::stop_playback(const std::shared_ptr<FilePlayer>& player) {
     if (player) {
         presenter_.detach(*player->pictures());
-        audio_.detach();
+        audio_.detach(*player->sounds());
         player->stop();
     }
 }

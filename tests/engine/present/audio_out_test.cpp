@@ -180,7 +180,7 @@ TEST_F(AudioOutOnDisk, DoesNotClickWhenTheVolumeChanges) {
 TEST_F(AudioOutOnDisk, FallsSilentWhenDetached) {
     start();
     ASSERT_TRUE(wait_for_level(amplitude, 0.05F));
-    out_.detach();
+    out_.detach(*queue_);
     EXPECT_TRUE(wait_for_level(0.0F, 0.0F));
     out_.attach(queue_, clock_);
     EXPECT_TRUE(wait_for_level(amplitude, 0.05F));
