@@ -190,8 +190,8 @@ private:
     QPixmap pxmp; ///< last picture shown, scaled
     std::unique_ptr<Ui::MainWindow> ui;
     QLabel* video_screen{nullptr};
-    QTimer animate_TM;
-    QTimer open_file_TM;
+    QTimer animate_TM{this};
+    QTimer open_file_TM{this};
     OS_Task_t open_file_t{0};
     QSize resize_param;
     QLabel* dll_msg{nullptr};

@@ -24,6 +24,9 @@ void watch_messages(QtMsgType type, const QMessageLogContext& context, const QSt
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     previous_handler = qInstallMessageHandler(watch_messages);
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
     const QApplication application{argc, argv};
     const int result = RUN_ALL_TESTS();
     if (unconnected_slots > 0) {

@@ -6,6 +6,7 @@
 #include <QPushButton>
 
 #include <stdexcept>
+#include <unistd.h>
 
 namespace {
 
@@ -65,6 +66,11 @@ MainWindowTest::MainWindowTest() : previous_folder_{QDir::currentPath()} {
 
 MainWindowTest::~MainWindowTest() {
     close_window();
+    for (const int socket : {rx_socket, tx_soxket}) {
+        if (socket > 0) {
+            ::close(socket);
+        }
+    }
     QDir::setCurrent(previous_folder_);
 }
 
@@ -73,6 +79,9 @@ MainWindow& MainWindowTest::open_window() {
     window_->show();
     if (!QTest::qWaitForWindowExposed(window_.get(), patience_ms)) {
         throw std::runtime_error{"the window does not show"};
+    }
+    if (!QTest::qWaitFor([] { return !checkResize.isActive(); }, patience_ms)) {
+        throw std::runtime_error{"the layout does not come to rest"};
     }
     // The poll is driven by the tests; its timer is tested on its own.
     get_action_info_timer.stop();

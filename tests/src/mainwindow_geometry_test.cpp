@@ -155,7 +155,8 @@ TEST_F(GeometryTest, APictureLargerThanTheScreenMaximisesOnce) {
     get_video_stop = 0;
     report([](velmora_info_t& info) { info.inp_height = 937; });
     call_slot("get_video_size");
-    EXPECT_TRUE(window().windowState().testFlag(Qt::WindowMaximized)) << "63 + 937 reaches the screen's width";
+    EXPECT_TRUE(window().windowState().testFlag(Qt::WindowMaximized))
+        << "63 + 937 reaches the screen's width";
     EXPECT_EQ(res_flag, 0);
 }
 

@@ -24,7 +24,8 @@ TEST_F(StreamingTest, RecordWithNothingRunningStartsLiveViewWithRecording) {
     open_window();
     click("Record");
     EXPECT_EQ(last_call("Velmora_start")->number, 12);
-    EXPECT_STREQ(std::get<record_setup_t>(last_call("Velmora_set_record_param")->record).directory_path, "/tmp");
+    EXPECT_STREQ(std::get<record_setup_t>(last_call("Velmora_set_record_param")->record).directory_path,
+                 "/tmp");
     EXPECT_EQ(m_mpCfg->p_networkCfg->is_recording, 1);
 }
 
@@ -116,7 +117,10 @@ TEST_F(StreamingTest, TrickModeIsStoredAtOnce) {
     child<QAction>("actionTrickMode")->setChecked(true);
     trigger("actionTrickMode");
     const auto stored = [] {
-        return saved_configuration().value(QStringLiteral("record")).toObject().value(QStringLiteral("Trick_mode"));
+        return saved_configuration()
+            .value(QStringLiteral("record"))
+            .toObject()
+            .value(QStringLiteral("Trick_mode"));
     };
     EXPECT_EQ(stored(), QJsonValue{0});
     trigger("actionTrickMode");

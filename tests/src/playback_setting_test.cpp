@@ -91,7 +91,8 @@ TEST_F(PlaybackSettingTest, TextsAreTheSystemsOwn) {
 }
 
 TEST_F(PlaybackSettingTest, PlayStoresTheSettingsAndAcceptsWithAFile) {
-    save_section(QStringLiteral("playback"), {{QStringLiteral("IP"), QStringLiteral("10.0.0.5")}});
+    save_section(QStringLiteral("playback"),
+                 {{QStringLiteral("IP"), QStringLiteral("10.0.0.5")}, {QStringLiteral("is_stream"), 1}});
     open_dialog();
     QTest::keyClicks(part<QLineEdit>("file"), QStringLiteral("/v/film.ts"));
     part<QComboBox>("dir")->setCurrentIndex(1);
@@ -107,7 +108,8 @@ TEST_F(PlaybackSettingTest, PlayStoresTheSettingsAndAcceptsWithAFile) {
     EXPECT_EQ(saved().value(QStringLiteral("Direction")).toInt(), 1);
     EXPECT_EQ(saved().value(QStringLiteral("Speed")).toInt(), 0);
     EXPECT_EQ(saved().value(QStringLiteral("is_trick_mode")).toInt(), 1);
-    EXPECT_EQ(saved().value(QStringLiteral("Path")).toString().toStdString(), "/") << "reaches the file later";
+    EXPECT_EQ(saved().value(QStringLiteral("Path")).toString().toStdString(), "/")
+        << "reaches the file later";
 }
 
 TEST_F(PlaybackSettingTest, PlayWithoutAFileWarnsSavesAndStays) {
