@@ -34,6 +34,9 @@ FilePlayer::FilePlayer(Setup setup, Hooks hooks)
 
 FilePlayer::~FilePlayer() {
     stop();
+    // Whoever takes from the queues may do so a moment longer.
+    pictures_->pictures.set_on_room(nullptr);
+    sounds_->set_on_room(nullptr);
 }
 
 void FilePlayer::open() {

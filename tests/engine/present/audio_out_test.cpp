@@ -77,11 +77,10 @@ protected:
     /// Left channel of what the device has got.
     std::vector<float> heard() const {
         const auto bytes = test::read_file(file_);
-        std::vector<float> samples(bytes.size() / sizeof(float));
-        std::memcpy(samples.data(), bytes.data(), samples.size() * sizeof(float));
-        std::vector<float> left;
-        for (std::size_t i = 0; i + 1 < samples.size(); i += output_channels) {
-            left.push_back(samples[i]);
+        constexpr std::size_t frame_size = sizeof(float) * output_channels;
+        std::vector<float> left(bytes.size() / frame_size);
+        for (std::size_t i = 0; i < left.size(); ++i) {
+            std::memcpy(&left[i], &bytes[i * frame_size], sizeof(float));
         }
         return left;
     }
