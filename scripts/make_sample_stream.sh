@@ -11,8 +11,8 @@ fi
 echo "sample: making $file"
 mkdir -p "$(dirname "$file")"
 ffmpeg -hide_banner -loglevel error -y \
-    -f lavfi -i "testsrc2=size=1280x720:rate=25:duration=60" \
-    -f lavfi -i "sine=frequency=440:sample_rate=48000:duration=60" \
+    -f lavfi -i "testsrc2=size=1280x720:rate=25:duration=30" \
+    -f lavfi -i "sine=frequency=440:sample_rate=48000:duration=30" \
     -c:v libx264 -preset veryfast -b:v 4M -maxrate 4M -bufsize 4M -g 50 -bf 3 -pix_fmt yuv420p \
     -c:a mp2 -b:a 192k -f mpegts "$file.part"
 mv "$file.part" "$file"

@@ -62,7 +62,9 @@ MainWindow::~MainWindow() {
     playAnimateQtimer.stop();
     StreamAnimateQtimer.stop();
     checkResize.stop();
-    m_mpCfg = nullptr;
+    if (m_mpCfg == config.get()) {
+        m_mpCfg = nullptr;
+    }
 }
 
 void MainWindow::create_library_banner() {

@@ -31,8 +31,8 @@ public:
     /// sound of that place is queued, or it counts as late; a clock that stands still will do.
     void attach(std::shared_ptr<SoundQueue> queue, std::shared_ptr<const SharedPlayClock> clock);
 
-    /// Falls silent; without effect when another queue is attached. The queue is not touched any more, but for
-    /// one frame that may be taken just now.
+    /// Falls silent; without effect when another queue is attached. The queue is not touched any more, but
+    /// for one frame that may be taken just now.
     void detach(const SoundQueue& queue);
 
     /// Drops what has left the queue and was not heard yet. For a seek: clear the queue first, then discard,

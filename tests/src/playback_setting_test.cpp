@@ -4,6 +4,7 @@
 #include "main_window_fixture.h"
 
 #include <QComboBox>
+#include <QDir>
 #include <QFileDialog>
 #include <QGroupBox>
 #include <QLabel>
@@ -134,10 +135,8 @@ TEST_F(PlaybackSettingTest, InvalidNumbersBecomeZero) {
 }
 
 TEST_F(PlaybackSettingTest, BrowsingTwiceLagsOneChoiceBehind) {
-    open_window();
     write_file(QStringLiteral("a.ts"), "a");
     write_file(QStringLiteral("b.ts"), "b");
-    m_mpCfg->p_recordCfg->directory_path = QDir::currentPath();
     open_dialog();
     m_mpCfg->p_recordCfg->directory_path = QDir::currentPath();
     const QString a = QDir::current().filePath(QStringLiteral("a.ts"));
