@@ -6,6 +6,7 @@
 
 int main(int argc, char** argv) {
     qputenv("QT_AUTO_SCREEN_SCALE_FACTOR", "1");
+    QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     QApplication application{argc, argv};
     load_engine();
     MainWindow window;

@@ -7,6 +7,7 @@
 #include "ui_mainwindow.h"
 
 #include <QFile>
+#include <QGuiApplication>
 #include <QLabel>
 #include <QScreen>
 
@@ -31,6 +32,7 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow{parent}, ui{std::make_uniq
     load_resources();
     ui->setupUi(this);
     video_screen = new QLabel{ui->playerFrame};
+    video_screen->setAlignment(Qt::AlignCenter);
     video_screen->lower();
     create_library_banner();
 
@@ -87,8 +89,10 @@ void MainWindow::apply_branding() {
     const QPixmap logo{product_logo_file};
     if (!logo.isNull()) {
         ui->symbole->setStyleSheet(QString{});
-        ui->symbole->setPixmap(
-            logo.scaled(ui->symbole->size(), Qt::KeepAspectRatio, Qt::SmoothTransformation));
+        QPixmap shown = logo.scaled(ui->symbole->size() * devicePixelRatioF(), Qt::KeepAspectRatio,
+                                    Qt::SmoothTransformation);
+        shown.setDevicePixelRatio(devicePixelRatioF());
+        ui->symbole->setPixmap(shown);
         setWindowIcon(QIcon{logo});
     }
 }
@@ -130,7 +134,7 @@ void MainWindow::set_first_look() {
     ui->outBtn->hide();
     ui->pinBtn->setAttribute(Qt::WA_TranslucentBackground);
 
-    const QRect screen = this->screen()->availableGeometry();
+    const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
     horizontal_display = screen.height();
     vertical_display = screen.width();
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "general/oslite.h"
+#include "velmoraapi.h"
 
 #include <QImage>
 #include <QMainWindow>
@@ -24,6 +25,10 @@ class MainWindow;
 /// Any thread; never waits.
 /// @return 6 when it was sent, 0 without a board, else -1
 int set_streaming_opertion(int on);
+
+/// The largest size with the video's aspect that fits w x h; left untouched without a session or a known
+/// size.
+void get_ratio_exepted(int w, int h, int& out_w, int& out_h);
 
 /// Bytes of the frame buffer: 2560 x 1600 pixels of 4 bytes.
 inline constexpr std::size_t frame_buffer_size = 16'384'000;
@@ -131,6 +136,7 @@ public:
     int get_time_lbl(int sec, char* dst);
 
 private:
+    void send_playback(const playback_setup_t& setup);
     void start_open_task(int mask);
     void reap_open_task();
     void seek_to(int sec);
@@ -162,7 +168,10 @@ private:
     void release_frame_buffer();
     QImage newest_picture() const;
     void show_picture(const QPixmap& picture);
+    void show_video();
     void show_waiting_picture();
+    /// Scales the last picture anew, for engines that do not deliver it at the label's size.
+    void refit_picture();
     void send_display_size();
 
     // --- geometry: mainwindow_geometry.cpp ---
@@ -199,7 +208,7 @@ private:
 
     std::unique_ptr<Config> config;
     QSize sent_display_size;   ///< device pixels; empty = not told in this session
-    bool picture_waits{false}; ///< a picture came while the window could not be seen
+    bool picture_waits{false}; ///< the newest picture is not in the label yet
 };
 
 extern "C" {

@@ -75,6 +75,7 @@ void MainWindow::resizePlayer() {
     ui->tag_list->hide();
     video_screen->setFixedSize(ui->playerFrame->size());
     send_display_size();
+    refit_picture();
 }
 
 void MainWindow::maximise_once() {
@@ -190,10 +191,11 @@ void MainWindow::resize_player_frame(int w, int h) {
 }
 
 void get_ratio_exepted(int w, int h, int& out_w, int& out_h) {
-    if (m_VidDisp == 0) {
+    const QSize picture{width_screen, height_screen};
+    if (m_VidDisp == 0 || picture.isEmpty()) {
         return;
     }
-    const QSize fitted = geometry::fit_by_factor(QSize{width_screen, height_screen}, QSize{w, h});
+    const QSize fitted = geometry::fit_by_factor(picture, QSize{w, h});
     out_w = fitted.width();
     out_h = fitted.height();
 }

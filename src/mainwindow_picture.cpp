@@ -19,13 +19,20 @@
 
 namespace {
 
+struct PictureShape {
+    int width{0};
+    int height{0};
+    int pitch{0};
+
+    bool operator==(const PictureShape&) const = default;
+};
+
 /// The newest picture in the frame buffer. The engine outlives the window, so this is the process's.
 struct FrameGate {
     std::recursive_mutex mutex;  ///< a picture handed over on the GUI thread is shown within the call
     MainWindow* window{nullptr}; ///< alive and with a frame buffer
-    int width{0};
-    int height{0};
-    int pitch{0};
+    PictureShape shape;
+    PictureShape refused;     ///< last one that did not fit; a run of the same ones is reported once
     bool is_announced{false}; ///< a processedImage is on its way to the GUI thread
 };
 
@@ -34,9 +41,19 @@ FrameGate& frame_gate() {
     return gate;
 }
 
-bool fits_frame_buffer(int width, int height, int pitch) {
-    return width > 0 && height > 0 && pitch >= 3 * static_cast<std::int64_t>(width) &&
-           static_cast<std::int64_t>(pitch) * height <= static_cast<std::int64_t>(frame_buffer_size);
+bool fits_frame_buffer(const PictureShape& shape) {
+    return shape.width > 0 && shape.height > 0 && shape.pitch >= 3 * static_cast<std::int64_t>(shape.width) &&
+           static_cast<std::int64_t>(shape.pitch) * shape.height <=
+               static_cast<std::int64_t>(frame_buffer_size);
+}
+
+/// The gate's mutex is held.
+void report_refused(const PictureShape& shape) {
+    if (shape != frame_gate().refused) {
+        frame_gate().refused = shape;
+        std::fprintf(stderr, "player: picture of %d x %d with %d bytes per row does not fit, dropped\n",
+                     shape.width, shape.height, shape.pitch);
+    }
 }
 
 } // namespace
@@ -62,7 +79,6 @@ bool MainWindow::allocate_frame_buffer() {
         local_bitmap.reset(std::calloc(frame_buffer_size, 1));
     }
     gate.window = local_bitmap ? this : nullptr;
-    gate.is_announced = false;
     return local_bitmap != nullptr;
 }
 
@@ -71,6 +87,9 @@ void MainWindow::release_frame_buffer() {
     const std::lock_guard lock{gate.mutex};
     if (gate.window == this) {
         gate.window = nullptr;
+        gate.shape = {};
+        gate.refused = {};
+        gate.is_announced = false;
     }
 }
 
@@ -78,21 +97,20 @@ void MainWindow::overlay2(int width, int height, int stride, void* pixels) {
     if (pixels == nullptr) {
         return;
     }
-    if (!fits_frame_buffer(width, height, stride)) {
-        std::fprintf(stderr, "player: picture of %d x %d with %d bytes per row does not fit, dropped\n",
-                     width, height, stride);
-        return;
-    }
+    const PictureShape shape{width, height, stride};
     FrameGate& gate = frame_gate();
     const std::lock_guard lock{gate.mutex};
+    if (!fits_frame_buffer(shape)) {
+        report_refused(shape);
+        return;
+    }
     if (!local_bitmap) {
         return;
     }
     std::memcpy(local_bitmap.get(), pixels,
                 static_cast<std::size_t>(stride) * static_cast<std::size_t>(height));
-    gate.width = width;
-    gate.height = height;
-    gate.pitch = stride;
+    gate.shape = shape;
+    gate.refused = {};
     if (!gate.is_announced) {
         gate.is_announced = true;
         emit processedImage(newest_picture());
@@ -101,8 +119,8 @@ void MainWindow::overlay2(int width, int height, int stride, void* pixels) {
 
 /// Wraps the frame buffer without copying it; the gate's mutex is held.
 QImage MainWindow::newest_picture() const {
-    const FrameGate& gate = frame_gate();
-    return {static_cast<const uchar*>(local_bitmap.get()), gate.width, gate.height, gate.pitch,
+    const PictureShape& shape = frame_gate().shape;
+    return {static_cast<const uchar*>(local_bitmap.get()), shape.width, shape.height, shape.pitch,
             QImage::Format_RGB888};
 }
 
@@ -125,9 +143,14 @@ void MainWindow::updatePlayerUI(QImage img) {
     show_waiting_picture();
 }
 
-/// Shows the newest picture; nothing is converted while the window cannot be seen.
+void MainWindow::show_video() {
+    video_screen->show();
+    show_waiting_picture();
+}
+
+/// Shows the newest picture; nothing is converted while it cannot be seen.
 void MainWindow::show_waiting_picture() {
-    if (!picture_waits || !isVisible() || isMinimized()) {
+    if (!picture_waits || !video_screen->isVisible() || isMinimized()) {
         return;
     }
     picture_waits = false;
@@ -137,6 +160,17 @@ void MainWindow::show_waiting_picture() {
         picture = QPixmap::fromImage(newest_picture());
     }
     show_picture(picture);
+}
+
+void MainWindow::refit_picture() {
+    if (engine_extension(&velmora_ext_t::Velmora_set_display_size) != nullptr) {
+        return;
+    }
+    {
+        const std::lock_guard lock{frame_gate().mutex};
+        picture_waits = picture_waits || frame_gate().shape != PictureShape{};
+    }
+    show_waiting_picture();
 }
 
 void MainWindow::show_picture(const QPixmap& picture) {
@@ -182,7 +216,7 @@ void MainWindow::get_position(int* x, int* y, int* w, int* h) {
 void MainWindow::send_display_size() {
     const auto set_display_size = engine_extension(&velmora_ext_t::Velmora_set_display_size);
     const QSize size = (QSizeF{video_screen->size()} * video_screen->devicePixelRatioF()).toSize();
-    if (set_display_size == nullptr || m_VidDisp == 0 || size == sent_display_size) {
+    if (set_display_size == nullptr || m_VidDisp == 0 || size.isEmpty() || size == sent_display_size) {
         return;
     }
     sent_display_size = size;

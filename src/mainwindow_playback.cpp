@@ -45,7 +45,7 @@ void* open_file_task(void* arg) {
     if ((mask & (1 << PLAYBACK_STREAMING_BIT)) != 0) {
         set_streaming_opertion(0);
     }
-    const int result = m_velmora->Velmora_start(m_VidDisp, mask);
+    const int result = m_VidDisp != 0 ? m_velmora->Velmora_start(m_VidDisp, mask) : -1;
     if (own_opening == opening) {
         open_file_state = result == 0 ? FINISH_OPEN : OPEN_FAILED;
     }
@@ -74,15 +74,13 @@ void MainWindow::on_actionOpen_File_triggered() {
     pback_dir = section.direction;
     pback_spd = section.speed;
     ui->wait_lbl->hide();
-    open_file_state = OPEN_FILE;
-    m_velmora->Velmora_set_playback_param(m_VidDisp, *setup);
-    open_file_state = OPEN_FILE;
+    send_playback(*setup);
     int mask = 1 << PLAYBACK_BIT;
     if (section.is_stream != 0) {
         mask |= 1 << PLAYBACK_STREAMING_BIT;
     }
     start_open_task(mask);
-    video_screen->show();
+    show_video();
 }
 
 void MainWindow::play_file() {
@@ -111,10 +109,16 @@ int MainWindow::open_file_trigger() {
     pback_dir = PLAYER_DIR_FORWARD;
     pback_spd = PLAYER_SPD_NORMAL;
     ui->wait_lbl->hide();
-    open_file_state = OPEN_FILE;
-    m_velmora->Velmora_set_playback_param(m_VidDisp, *setup);
+    send_playback(*setup);
     start_open_task(1 << PLAYBACK_BIT);
     return 0;
+}
+
+void MainWindow::send_playback(const playback_setup_t& setup) {
+    open_file_state = OPEN_FILE;
+    if (m_VidDisp != 0) {
+        m_velmora->Velmora_set_playback_param(m_VidDisp, setup);
+    }
 }
 
 void MainWindow::start_open_task(int mask) {
@@ -209,7 +213,7 @@ void MainWindow::on_playButton_clicked() {
         ui->app_name_lbl->hide();
         return;
     }
-    on_actionOpen_File_triggered();
+    ui->actionOpen_File->trigger();
 }
 
 void MainWindow::on_pause_clicked() {

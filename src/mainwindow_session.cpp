@@ -67,7 +67,7 @@ int MainWindow::init_vid_app() {
     windowid = 0; // the engine draws nothing itself
     setup.hwnd = windowid;
     const int result = m_velmora->Velmora_open(setup, &m_VidDisp);
-    if (allocate_frame_buffer()) {
+    if (allocate_frame_buffer() && m_VidDisp != 0) {
         m_velmora->Velmora_register_user_overlay(m_VidDisp, velmora_user_overlay_callback, this);
     }
     sent_display_size = QSize{};
@@ -92,7 +92,7 @@ void MainWindow::init_video() {
     }
     m_velmora->Velmora_stop(m_VidDisp, 1 << STREAMING_BIT);
     m_velmora->Velmora_start(m_VidDisp, mask);
-    video_screen->show();
+    show_video();
     ui->symbole->hide();
     ui->app_name_lbl->hide();
 }
@@ -135,6 +135,7 @@ void MainWindow::get_action_info() {
         ui->pause->hide();
     }
     follow_picture_size();
+    send_display_size(); // the window may have moved to a screen of another density
 }
 
 void MainWindow::show_activities() {

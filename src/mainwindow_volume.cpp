@@ -6,6 +6,8 @@
 #include "player_state.h"
 #include "ui_mainwindow.h"
 
+#include <algorithm>
+
 void MainWindow::start_volume() {
     av_volume = get_volume();
     ui->volume_slider->setValue(av_volume);
@@ -15,7 +17,8 @@ void MainWindow::start_volume() {
 }
 
 int MainWindow::get_volume() {
-    return m_mpCfg->p_volume->volume_val;
+    return std::clamp(m_mpCfg->p_volume->volume_val, ui->volume_slider->minimum(),
+                      ui->volume_slider->maximum());
 }
 
 void MainWindow::set_volume(int level) {
@@ -52,7 +55,7 @@ void MainWindow::on_volume_btn_clicked() {
 
 void MainWindow::on_volume_off_btn_clicked() {
     show_sound_on(true);
-    set_volume(m_mpCfg->p_volume->volume_val);
+    set_volume(get_volume());
     m_mpCfg->p_volume->volume_on = VOLUME_ON;
     m_mpCfg->p_volume->write();
 }
