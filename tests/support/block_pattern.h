@@ -2,13 +2,15 @@
  * A picture number drawn into the picture as black and white blocks, and read back after encoding, scaling
  * and showing.
  *
- * The picture is divided into 32 columns and 16 rows of cells. Cells 1 to 24 of row 1 carry the bits of the
- * number, the highest first, white for 1; row 2 carries their inverse, so that what is no pattern, or a
- * mixture of two pictures, does not read as a number. At 320 x 180 a cell still has 10 x 11 pixels.
+ * The picture is divided into 32 columns and 16 rows of cells. Cells 1 to 26 of row 1 carry a 1, the 24 bits
+ * of the number, the highest first, and a 0, white for 1; row 2 carries their inverse, so that what is no
+ * pattern, a mixture of two pictures or the rim of a picture does not read as a number. At 320 x 180 a cell
+ * still has 10 x 11 pixels.
  */
 #ifndef TESTS_SUPPORT_BLOCK_PATTERN_H
 #define TESTS_SUPPORT_BLOCK_PATTERN_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -19,6 +21,7 @@ inline constexpr int columns = 32;
 inline constexpr int rows = 16;
 inline constexpr int first_column = 1;
 inline constexpr int bits = 24;
+inline constexpr int cells = bits + 2; /* of a row: the number between a 1 and a 0 */
 inline constexpr int value_row = 1;
 inline constexpr int inverse_row = 2;
 inline constexpr std::uint8_t black = 16;
@@ -63,27 +66,31 @@ inline double brightness(const PictureView& picture, int column, int row) {
 /** The number drawn into the picture; nothing when no pattern can be read. */
 inline std::optional<std::uint32_t> read_number(const PictureView& picture) {
     constexpr double least_contrast = 80;
-    std::uint32_t number = 0;
-    for (int bit = 0; bit < bits; ++bit) {
-        const double contrast = detail::brightness(picture, first_column + bit, value_row) -
-                                detail::brightness(picture, first_column + bit, inverse_row);
+    std::uint32_t code = 0;
+    for (int cell = 0; cell < cells; ++cell) {
+        const double contrast = detail::brightness(picture, first_column + cell, value_row) -
+                                detail::brightness(picture, first_column + cell, inverse_row);
         if (contrast < least_contrast && contrast > -least_contrast) {
             return std::nullopt;
         }
-        number = (number << 1U) | (contrast > 0 ? 1U : 0U);
+        code = (code << 1U) | (contrast > 0 ? 1U : 0U);
     }
-    return number;
+    const bool framed = code >> (bits + 1U) == 1U && (code & 1U) == 0U;
+    return framed ? std::optional((code >> 1U) & ((1U << bits) - 1U)) : std::nullopt;
 }
 
 /** Draws a number into a luma plane (limited range); the chroma under the pattern should be neutral. */
 inline void draw_number(std::uint8_t* luma, int width, int height, std::ptrdiff_t pitch,
                         std::uint32_t number) {
+    const std::uint32_t code = (1U << (bits + 1U)) | (number << 1U);
     for (int row = value_row; row <= inverse_row; ++row) {
         for (int y = row * height / rows; y < (row + 1) * height / rows; ++y) {
-            for (int x = first_column * width / columns; x < (first_column + bits) * width / columns; ++x) {
-                const int bit = bits - 1 - (x * columns / width - first_column);
-                const bool set = bit >= 0 && bit < bits && ((number >> static_cast<unsigned>(bit)) & 1U) != 0;
-                luma[y * pitch + x] = set == (row == value_row) ? white : black;
+            for (int cell = 0; cell < cells; ++cell) {
+                const bool set = ((code >> static_cast<unsigned>(cells - 1 - cell)) & 1U) != 0;
+                const int left = (first_column + cell) * width / columns;
+                const int right = (first_column + cell + 1) * width / columns;
+                std::uint8_t* pixels = luma + y * pitch;
+                std::fill(pixels + left, pixels + right, set == (row == value_row) ? white : black);
             }
         }
     }

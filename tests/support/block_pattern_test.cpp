@@ -71,4 +71,23 @@ TEST(BlockPatternReader, ReadsNothingFromTwoPicturesTornBetweenItsRows) {
     EXPECT_FALSE(pattern::read_number({rgb.data(), width, height, bytes_per_row}).has_value());
 }
 
+TEST(BlockPatternReader, ReadsNothingFromTheRimOfAPictureInABlackWindow) {
+    constexpr std::ptrdiff_t rim = 100;
+    std::vector<std::uint8_t> window(static_cast<std::size_t>(width * (height + rim)), pattern::black);
+    constexpr std::uint8_t grey = 128;
+    std::fill(window.begin() + rim * width, window.end(), grey);
+    pattern::draw_number(window.data() + rim * width, width, height, width, 0);
+    std::vector<std::uint8_t> rgb;
+    for (const std::uint8_t sample : window) {
+        rgb.insert(rgb.end(), 3, sample);
+    }
+    for (std::ptrdiff_t top = 0; top < rim; ++top) {
+        const auto number =
+            pattern::read_number({rgb.data() + top * bytes_per_row, width, height, bytes_per_row});
+        if (rim - top >= height / pattern::rows) {
+            EXPECT_FALSE(number.has_value()) << top;
+        }
+    }
+}
+
 } // namespace

@@ -40,7 +40,8 @@ if [ -z "$tool" ] || [ -z "$cache" ]; then
     exit 2
 fi
 
-name=$codec-$size-${fps}fps-gop$gop-b$bframes-$bitrate-i$interlaced-${duration}s-n$first-$audio-$tone-s$start-$packet
+# p2: the second layout of the block pattern, told apart from streams of the first.
+name=p2-$codec-$size-${fps}fps-gop$gop-b$bframes-$bitrate-i$interlaced-${duration}s-n$first-$audio-$tone-s$start-$packet
 if [ -n "$video_options$mux_options" ]; then
     name=$name-$(printf '%s|%s' "$video_options" "$mux_options" | cksum | cut -d' ' -f1)
 fi
