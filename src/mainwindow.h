@@ -35,6 +35,7 @@ inline constexpr std::size_t frame_buffer_size = 16'384'000;
 
 class MainWindow : public QMainWindow {
     Q_OBJECT
+    Q_DISABLE_COPY_MOVE(MainWindow)
 
     // --- construction and wiring: mainwindow.cpp ---
 public:
@@ -77,7 +78,7 @@ public slots:
     void on_volume_slider_valueChanged(int value);
     void on_pinBtn_clicked();
     void on_unpinBtn_clicked();
-    void updatePlayerUI(QImage img);
+    void updatePlayerUI(const QImage& img);
     void wait_animate();
     void resize_player_frame(int w, int h);
     void createSdxFile();

@@ -130,7 +130,7 @@ void MainWindow::overlay(int width, int height, int /*stride*/, void* pixels) {
     emit processedImage(picture);
 }
 
-void MainWindow::updatePlayerUI(QImage img) {
+void MainWindow::updatePlayerUI(const QImage& img) {
     if (img.constBits() != local_bitmap.get()) {
         show_picture(QPixmap::fromImage(img));
         return;

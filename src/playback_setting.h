@@ -12,6 +12,7 @@ class playback_setting;
 /// Edits the playback section of the configuration; accepted (1) only with a file.
 class playback_setting : public QDialog {
     Q_OBJECT
+    Q_DISABLE_COPY_MOVE(playback_setting)
 
 public:
     explicit playback_setting(QWidget* parent = nullptr);
