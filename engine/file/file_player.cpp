@@ -342,7 +342,9 @@ void FilePlayer::begin_run_with_sound(Position position) {
 
 /// @return false when everything was brought out before
 bool FilePlayer::finish_tracks() {
-    if (!feed_->at_end() || feed_->has_video() || feed_->has_sound() || tracks_finished_) {
+    // Without a picture the clock stands still and sound waits for ever: that is no reason to wait for it.
+    const bool waits_for_sound = feed_->has_sound() && (run_offered_ || sound_.ready().empty());
+    if (!feed_->at_end() || feed_->has_video() || waits_for_sound || tracks_finished_) {
         return false;
     }
     tracks_finished_ = true;

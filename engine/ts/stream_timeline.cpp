@@ -14,6 +14,14 @@ constexpr Ticks longest_gap = 10s;
 constexpr Ticks longest_step_back = -1s;
 constexpr Ticks longest_announced_gap = 1s;
 constexpr Ticks longest_unit = 1s;
+constexpr Ticks longest_reordering = 10s; // still pictures; ISO/IEC 13818-1 allows others 1 s
+
+/// How long the unit waits between decoding and presentation; none where damage made nonsense of its stamps,
+/// or one flipped bit would keep a picture on the screen for hours.
+Ticks reordering(StreamTime pts, StreamTime dts) {
+    const Ticks distance = stream_distance(dts, pts);
+    return distance >= -longest_unit && distance <= longest_reordering ? distance : Ticks{0};
+}
 
 } // namespace
 
@@ -26,7 +34,7 @@ StreamTimeline::StreamTimeline(TimeAnchor anchor) : last_{anchor}, end_{anchor.p
 
 StreamTimeline::Mapped StreamTimeline::map_leading(StreamTime pts, StreamTime dts,
                                                    bool discontinuity_indicated) {
-    const Ticks reorder = stream_distance(dts, pts);
+    const Ticks reorder = reordering(pts, dts);
     Mapped mapped;
     if (!last_) {
         // The first unit is shown at 0: its decoding time lies before that.

@@ -56,6 +56,17 @@ TEST(StreamTimeline, KeepsSmallGapsUnlessTheyAreAnnounced) {
     EXPECT_EQ(announced.presentation, Position{5s} + timeline.unit_duration());
 }
 
+TEST(StreamTimeline, IsNotCarriedAwayByADamagedStamp) {
+    StreamTimeline timeline;
+    map_run(timeline, 0, 100);
+    const auto damaged =
+        timeline.map_leading(at((std::int64_t{1} << 30U) + 100 * frame), at(100 * frame), false);
+    EXPECT_EQ(damaged.presentation, Position{4s});
+    EXPECT_EQ(timeline.map_leading(at(101 * frame), at(101 * frame), false).presentation,
+              Position{4s} + Ticks{frame});
+    EXPECT_LE(timeline.end(), Position{5s});
+}
+
 TEST(StreamTimeline, GoesOnFromAnAnchor) {
     StreamTimeline timeline{TimeAnchor{at(wrap - frame), Position{100s}}};
     EXPECT_EQ(timeline.map_leading(at(wrap + frame), at(wrap - frame), false).presentation,
