@@ -28,6 +28,7 @@ PlayerOnScreen::PlayerOnScreen() : previous_folder_{QDir::currentPath()} {
     m_info = velmora_info_t{};
     rx_socket = 0;
     tx_soxket = 0;
+    isOut = 1;
     width_screen = 720;
     height_screen = 576;
     window_ = std::make_unique<MainWindow>();

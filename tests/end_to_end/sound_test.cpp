@@ -71,6 +71,7 @@ TEST_F(Sound, TheToneIsHeardAndPauseIsSilent) {
     EXPECT_TRUE(wait_until([] { return std::abs(frequency(0.5) - 1000) < 15; })) << frequency(0.5);
     ASSERT_TRUE(wait_for_playing());
     click("pause");
+    ASSERT_TRUE(wait_until([] { return m_info.player_info.state == PLAYRE_STATUS_PAUSING; }));
     EXPECT_TRUE(wait_until([] { return peak(0.3) == 0.0F; }));
     click("playButton");
     EXPECT_TRUE(wait_until([] { return peak(0.2) > 0.05F; }));
