@@ -14,8 +14,6 @@ int ignore_error(Display* /*display*/, XErrorEvent* /*error*/) {
     return 0;
 }
 
-}
-
 bool inner_rectangle(Display* display, Window window, Rectangle& result) {
     XWindowAttributes attributes{};
     Window child = 0;
