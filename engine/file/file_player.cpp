@@ -299,8 +299,11 @@ bool FilePlayer::offer_pictures() {
 /// An access point that did not serve, such as in damaged data or before a refresh is complete, shows itself
 /// by a first picture behind the target: decoding begins at an earlier one then.
 bool FilePlayer::step_back_from(const Picture& first) {
-    if (!started_at_ || steps_back_ >= most_steps_back ||
-        first.position <= target_ + feed_->unit_duration() * 3 / 2) {
+    return first.position > target_ + feed_->unit_duration() * 3 / 2 && step_back();
+}
+
+bool FilePlayer::step_back() {
+    if (!started_at_ || steps_back_ >= most_steps_back) {
         return false;
     }
     const auto earlier = index_->find(target_, started_at_->offset);
@@ -358,10 +361,25 @@ bool FilePlayer::finish_tracks() {
         video_.ready().push_back(std::move(*last));
         return true;
     }
-    if (!started_at_) {
+    if (step_back()) {
+        return true;
+    }
+    if (started_at_) {
+        end_at_target();
+    } else {
         try_next_approach();
     }
     return true;
+}
+
+/// Nothing behind the target can be shown: as if the file ended there.
+void FilePlayer::end_at_target() {
+    {
+        const std::lock_guard lock{mutex_};
+        ended_ = true;
+        pictures_->clock.anchor(target_, 0.0, SteadyClock::now());
+    }
+    board_.update([](PlaybackFacts& facts, PlaybackCounters&) { facts.at_end = true; });
 }
 
 void FilePlayer::try_next_approach() {

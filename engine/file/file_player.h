@@ -78,7 +78,9 @@ private:
     bool offer_sounds();
     bool needs_more() const;
     bool step_back_from(const Picture& first);
+    bool step_back();
     bool finish_tracks();
+    void end_at_target();
     void try_next_approach();
     bool sound_only() const;
     void begin_run_with_sound(Position position);

@@ -34,7 +34,7 @@ void Presenter::set_display_size(PictureSize size) {
         return;
     }
     display_ = size;
-    redraw_ = shown_.frame != nullptr;
+    redraw_ = true;
     woken_ = true;
     changed_.notify_one();
 }
@@ -90,7 +90,9 @@ bool Presenter::step(Lock& lock, SteadyTime& next_due) {
     if (redraw_) {
         redraw_ = false;
         Picture again;
-        again.frame.reset(av_frame_clone(shown_.frame.get()));
+        if (shown_.frame) {
+            again.frame.reset(av_frame_clone(shown_.frame.get()));
+        }
         if (again.frame) {
             deliver(lock, std::move(again), false);
         }
