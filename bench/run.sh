@@ -9,6 +9,13 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build=$root/build/release
 cd "$root"
 
+for program in mpv ffplay; do
+    if ! command -v "$program" >/dev/null; then
+        echo "bench: $program is not installed, there is nothing to compare with" >&2
+        exit 1
+    fi
+done
+
 cmake --preset release >/dev/null
 cmake --build --preset release -j"$(nproc)"
 
