@@ -3,16 +3,18 @@
 #   1. the development build with every test,
 #   2. formatting, forms and clang-tidy,
 #   3. unit, application and engine tests under AddressSanitizer and UndefinedBehaviorSanitizer,
-#   4. the engine's thread tests under ThreadSanitizer.
+#   4. the engine's tests, threads and all, under ThreadSanitizer.
 set -euo pipefail
 cd "$(dirname "$0")"
 
 scripts/install_packages.sh test
 
 build() {
-    echo "build: $1"
-    cmake --preset "$1" >/dev/null
-    cmake --build --preset "$1"
+    local preset=$1
+    shift
+    echo "build: $preset"
+    cmake --preset "$preset" >/dev/null
+    cmake --build --preset "$preset" ${1:+--target "$@"}
 }
 
 run_tests() {
@@ -34,7 +36,7 @@ export TSAN_OPTIONS=suppressions=$sanitizers/tsan.supp:halt_on_error=1
 build asan
 run_tests asan --label-exclude 'end_to_end'
 
-build tsan
-run_tests tsan --label-regex threads
+build tsan engine_audio_tests engine_table_tests engine_unit_tests
+run_tests tsan --label-regex engine
 
 echo "all tests passed"
