@@ -28,7 +28,8 @@ run_tests dev
 scripts/lint.sh build/dev
 
 sanitizers=$PWD/tests/sanitizers
-export ASAN_OPTIONS=detect_leaks=1:detect_stack_use_after_return=1
+# Whole stacks, so that a leak is told from one of a library without frame pointers.
+export ASAN_OPTIONS=detect_leaks=1:detect_stack_use_after_return=1:fast_unwind_on_malloc=0
 export LSAN_OPTIONS=suppressions=$sanitizers/lsan.supp:print_suppressions=0
 export UBSAN_OPTIONS=print_stacktrace=1
 export TSAN_OPTIONS=suppressions=$sanitizers/tsan.supp:halt_on_error=1
