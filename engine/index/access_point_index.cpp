@@ -7,6 +7,7 @@ namespace velmora {
 void AccessPointIndex::append(const AccessPoint& point) {
     const std::lock_guard lock{mutex_};
     points_.push_back(point);
+    extent_.end = std::max(extent_.end, point.presentation);
 }
 
 void AccessPointIndex::set_extent(const IndexExtent& extent) {
