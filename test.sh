@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds everything and runs all checks and tests:
 #   1. the development build with every test,
-#   2. formatting, forms and clang-tidy,
+#   2. formatting and forms,
 #   3. unit, application and engine tests under AddressSanitizer and UndefinedBehaviorSanitizer,
 #   4. the engine's tests, threads and all, under ThreadSanitizer.
 set -euo pipefail
@@ -25,7 +25,7 @@ run_tests() {
 build dev
 run_tests dev
 
-scripts/lint.sh build/dev
+scripts/lint.sh
 
 sanitizers=$PWD/tests/sanitizers
 # Whole stacks, so that a leak is told from one of a library without frame pointers.

@@ -9,12 +9,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build=$root/build/release
 cd "$root"
 
-for program in mpv ffplay; do
-    if ! command -v "$program" >/dev/null; then
-        echo "bench: $program is not installed, there is nothing to compare with" >&2
-        exit 1
-    fi
-done
+scripts/install_packages.sh bench
 
 cmake --preset release >/dev/null
 cmake --build --preset release -j"$(nproc)"

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building, testing and running need, as far as they are missing.
-# usage: install_packages.sh [run|test]   (run: build and play; test: also what the tests and checks need)
+# usage: install_packages.sh [run|test|bench]   (run: build and play; test: also what the tests and checks need;
+# bench: also the players to compare with)
 set -euo pipefail
 
 run_packages=(
@@ -17,6 +18,10 @@ test_packages=(
 packages=("${run_packages[@]}")
 if [[ "${1:-run}" == test ]]; then
     packages+=("${test_packages[@]}")
+fi
+
+if [[ "${1:-run}" == bench ]]; then
+    packages+=(mpv)
 fi
 
 missing=()
