@@ -70,6 +70,7 @@ void MainWindow::on_actionOpen_File_triggered() {
     if (!setup) {
         return; // the path does not fit the record: no other file may play in its place
     }
+    ++opening;
     stop_playback();
     pback_dir = section.direction;
     pback_spd = section.speed;
@@ -106,6 +107,7 @@ int MainWindow::open_file_trigger() {
     if (!setup) {
         return -1;
     }
+    ++opening;
     pback_dir = PLAYER_DIR_FORWARD;
     pback_spd = PLAYER_SPD_NORMAL;
     ui->wait_lbl->hide();
@@ -123,7 +125,6 @@ void MainWindow::send_playback(const playback_setup_t& setup) {
 
 void MainWindow::start_open_task(int mask) {
     reap_open_task();
-    ++opening;
     auto* const argument = reinterpret_cast<void*>(static_cast<std::intptr_t>(mask));
     open_file_t = OS_TaskCreate(open_task_stack, "open_file_task", open_file_task, 0, argument);
     if (open_file_t == 0) {

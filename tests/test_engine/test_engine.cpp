@@ -12,6 +12,8 @@ struct State {
     std::condition_variable script_changed;
     std::vector<RecordedCall> calls;
     TestEngineScript script;
+    int starts{0};       ///< calls of Velmora_start
+    int ended_starts{0}; ///< the oldest ones, which no longer wait
     velmora_user_overlay_callback_t overlay{nullptr};
     void* overlay_user{nullptr};
 };
@@ -38,7 +40,8 @@ TestEngineScript record(RecordedCall recorded) {
 }
 
 template <class Record>
-TestEngineScript record(RecordedCall recorded, const Record& setup, std::vector<const char*> texts = {}) {
+TestEngineScript record(RecordedCall recorded, const Record& setup,
+                        const std::vector<const char*>& texts = {}) {
     recorded.record = setup;
     for (const char* text : texts) {
         recorded.texts.emplace_back(text == nullptr ? "" : text);
@@ -63,10 +66,12 @@ void stop(velmora_handle_t handle, int mask) {
 }
 
 int start(velmora_handle_t handle, int mask) {
-    record(call("Velmora_start", handle, mask));
+    const TestEngineScript script = record(call("Velmora_start", handle, mask));
     std::unique_lock lock{state().mutex};
-    state().script_changed.wait(lock, [] { return !state().script.start_blocks; });
-    return state().script.start_result;
+    const int own = ++state().starts;
+    state().script_changed.wait(
+        lock, [own] { return !state().script.start_blocks || state().ended_starts >= own; });
+    return script.start_result;
 }
 
 int set_playback_param(velmora_handle_t handle, playback_setup_t setup) {
@@ -153,6 +158,8 @@ void reset() {
     const std::lock_guard lock{state().mutex};
     state().calls.clear();
     state().script = TestEngineScript{};
+    state().starts = 0;
+    state().ended_starts = 0;
     state().overlay = nullptr;
     state().script_changed.notify_all();
 }
@@ -175,6 +182,12 @@ TestEngineScript script() {
 void set_script(const TestEngineScript& wanted) {
     const std::lock_guard lock{state().mutex};
     state().script = wanted;
+    state().script_changed.notify_all();
+}
+
+void end_oldest_start() {
+    const std::lock_guard lock{state().mutex};
+    ++state().ended_starts;
     state().script_changed.notify_all();
 }
 
@@ -228,6 +241,7 @@ extern const velmora_ext_t m_velmora_ext;
 const velmora_ext_t m_velmora_ext = {sizeof(velmora_ext_t), set_volume, set_display_size};
 
 extern const TestEngineControl test_engine_control;
-const TestEngineControl test_engine_control = {reset, calls, forget_calls, script, set_script, push_picture};
+const TestEngineControl test_engine_control = {
+    reset, calls, forget_calls, script, set_script, end_oldest_start, push_picture};
 
 } // extern "C"

@@ -30,7 +30,7 @@ struct RecordedCall {
 struct TestEngineScript {
     int open_result{0};
     velmora_handle_t open_handle{77};
-    int start_result{0};
+    int start_result{0};      ///< of the starts from now on
     bool start_blocks{false}; ///< Velmora_start waits until this is false again
     int other_results{0};     ///< of the remaining slots
     velmora_info_t info{};
@@ -46,6 +46,8 @@ struct TestEngineControl {
     void (*forget_calls)();
     TestEngineScript (*script)();
     void (*set_script)(const TestEngineScript& script);
+    /// The oldest of the waiting starts returns.
+    void (*end_oldest_start)();
     /// Calls the registered overlay callback on a thread of the engine and waits for its return.
     /// @return false when none is registered
     bool (*push_picture)(int width, int height, int pitch, const void* bitmap);
