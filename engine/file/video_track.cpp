@@ -68,12 +68,14 @@ void VideoTrack::finish() {
     if (decoder_) {
         decoder_->finish(wanted_from_, [this](AvFrame frame) { take_frame(std::move(frame)); });
     }
+    deinterlacer_.drain([this](AvFrame frame) { take_deinterlaced(std::move(frame)); });
 }
 
 void VideoTrack::restart(Position wanted_from) {
     if (decoder_) {
         decoder_->flush();
     }
+    deinterlacer_.flush();
     ready_.clear();
     last_unwanted_.reset();
     last_position_.reset();
@@ -83,6 +85,7 @@ void VideoTrack::restart(Position wanted_from) {
 
 void VideoTrack::set_hurry(bool hurry) {
     hurry_ = hurry;
+    deinterlacer_.set_enabled(!hurry);
     if (decoder_) {
         decoder_->set_hurry(hurry);
     }
@@ -96,11 +99,17 @@ void VideoTrack::hand_out_preview(AvFrame frame) {
     if (frame->pts == AV_NOPTS_VALUE || !on_preview_) {
         return;
     }
-    Picture picture;
-    picture.position = Position{Ticks{frame->pts}};
-    picture.frame = std::move(frame);
-    picture.is_preview = true;
-    std::exchange(on_preview_, nullptr)(std::move(picture));
+    // Alone, since what follows it comes only later.
+    Deinterlacer alone;
+    const auto hand_out = [this](AvFrame shown) {
+        Picture picture;
+        picture.position = Position{Ticks{shown->pts}};
+        picture.frame = std::move(shown);
+        picture.is_preview = true;
+        std::exchange(on_preview_, nullptr)(std::move(picture));
+    };
+    alone.filter(std::move(frame), hand_out);
+    alone.drain(hand_out);
 }
 
 void VideoTrack::take_frame(AvFrame frame) {
@@ -119,13 +128,20 @@ void VideoTrack::take_frame(AvFrame frame) {
         frame_distance_ = position - *last_position_;
     }
     last_position_ = position;
-    Picture picture;
-    picture.frame = std::move(frame);
-    picture.position = position;
+    frame->pts = position.time_since_epoch().count();
     if (position < wanted_from_) {
-        last_unwanted_ = std::move(picture);
+        last_unwanted_ = Picture{};
+        last_unwanted_->frame = std::move(frame);
+        last_unwanted_->position = position;
         return;
     }
+    deinterlacer_.filter(std::move(frame), [this](AvFrame wanted) { take_deinterlaced(std::move(wanted)); });
+}
+
+void VideoTrack::take_deinterlaced(AvFrame frame) {
+    Picture picture;
+    picture.position = Position{Ticks{frame->pts}};
+    picture.frame = std::move(frame);
     ready_.push_back(std::move(picture));
 }
 

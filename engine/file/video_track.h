@@ -1,6 +1,7 @@
 // The pictures of a played file: from queued units to pictures in display order.
 #pragma once
 
+#include "decode/deinterlacer.h"
 #include "decode/video_decoder.h"
 #include "file/media_units.h"
 #include "media/picture.h"
@@ -43,9 +44,11 @@ private:
     bool begin_stream(const QueuedVideo& queued);
     bool wait_for_access_point(const QueuedVideo& queued);
     void take_frame(AvFrame frame);
+    void take_deinterlaced(AvFrame frame);
     void hand_out_preview(AvFrame frame);
 
     std::unique_ptr<VideoDecoder> decoder_;
+    Deinterlacer deinterlacer_;
     std::function<void(Picture)> on_preview_;
     std::uint64_t stream_serial_{0};
     std::deque<Picture> ready_;
