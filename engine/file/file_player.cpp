@@ -40,14 +40,14 @@ FilePlayer::~FilePlayer() {
 }
 
 void FilePlayer::open() {
-    const auto source = std::make_shared<const FileSource>(setup_.latin1_path);
-    feed_ = std::make_unique<StreamFeed>(source);
+    source_ = std::make_shared<const FileSource>(setup_.latin1_path);
+    feed_ = std::make_unique<StreamFeed>(source_);
     video_.preview_first([this](Picture picture) { offer_preview(std::move(picture)); });
     const std::lock_guard lock{mutex_};
     if (stop_.stop_requested()) {
         return;
     }
-    scanner_ = std::make_unique<IndexScanner>(source, index_, [this] { wake(); });
+    scanner_ = std::make_unique<IndexScanner>(source_, index_, [this] { wake(); });
     thread_ = std::jthread{[this] { run(stop_.get_token()); }};
 }
 
@@ -92,7 +92,7 @@ void FilePlayer::set_paused(bool paused) {
 
 void FilePlayer::report(velmora_info_t& info) const {
     const Position position = pictures_->clock.snapshot().position(SteadyClock::now());
-    board_.report(info, position, index_->extent().end.time_since_epoch());
+    board_.report(info, position, index_->extent().likely_end().time_since_epoch());
 }
 
 void FilePlayer::wake() {
@@ -178,16 +178,34 @@ bool FilePlayer::take_commands() {
     if (!wanted) {
         return true;
     }
-    if (!index_->covers(*wanted)) {
-        return false;
+    const IndexExtent extent = index_->extent();
+    const Position target = extent.complete ? std::min(*wanted, extent.last_picture) : *wanted;
+    if (index_->covers(target)) {
+        begin_seek(*wanted, target, index_->find(target));
+        return true;
     }
-    begin_seek(*wanted);
-    return true;
+    if (const auto point = find_unscanned(target)) {
+        begin_seek(*wanted, target, point);
+        return true;
+    }
+    return false;
 }
 
-void FilePlayer::begin_seek(Position wanted) {
-    const IndexExtent extent = index_->extent();
-    const Position target = extent.complete ? std::min(wanted, extent.last_picture) : wanted;
+std::optional<AccessPoint> FilePlayer::find_unscanned(Position target) {
+    if (source_->size() < Bisector::worthwhile || not_bisected_ == target) {
+        return std::nullopt;
+    }
+    if (!bisector_) {
+        bisector_ = std::make_unique<Bisector>(source_);
+    }
+    const auto point = bisector_->find(target);
+    if (!point) {
+        not_bisected_ = target;
+    }
+    return point;
+}
+
+void FilePlayer::begin_seek(Position wanted, Position target, const std::optional<AccessPoint>& point) {
     {
         const std::lock_guard lock{mutex_};
         if (wanted_position_ == wanted) {
@@ -201,7 +219,7 @@ void FilePlayer::begin_seek(Position wanted) {
     }
     board_.update([](PlaybackFacts& facts, PlaybackCounters&) { facts.at_end = false; });
     steps_back_ = 0;
-    restart_tracks(index_->find(target), target);
+    restart_tracks(point, target);
 }
 
 void FilePlayer::restart_tracks(const std::optional<AccessPoint>& point, Position target) {
@@ -303,7 +321,7 @@ bool FilePlayer::step_back_from(const Picture& first) {
 }
 
 bool FilePlayer::step_back() {
-    if (!started_at_ || steps_back_ >= most_steps_back) {
+    if (!started_at_ || steps_back_ >= most_steps_back || !index_->covers(target_)) {
         return false;
     }
     const auto earlier = index_->find(target_, started_at_->offset);

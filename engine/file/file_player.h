@@ -7,6 +7,7 @@
 #include "file/stream_feed.h"
 #include "file/video_track.h"
 #include "index/access_point_index.h"
+#include "index/bisector.h"
 #include "index/index_scanner.h"
 #include "media/timeline.h"
 #include "present/picture_source.h"
@@ -70,7 +71,8 @@ private:
     void run(const std::stop_token& stop);
     void wait_for_work(const std::stop_token& stop);
     bool take_commands();
-    void begin_seek(Position wanted);
+    void begin_seek(Position wanted, Position target, const std::optional<AccessPoint>& point);
+    std::optional<AccessPoint> find_unscanned(Position target);
     void restart_tracks(const std::optional<AccessPoint>& point, Position target);
     bool work();
     void offer_preview(Picture picture);
@@ -99,7 +101,10 @@ private:
     std::shared_ptr<AccessPointIndex> index_;
 
     // The player thread only, once it runs:
+    std::shared_ptr<const FileSource> source_;
     std::unique_ptr<StreamFeed> feed_;
+    std::unique_ptr<Bisector> bisector_;
+    std::optional<Position> not_bisected_; ///< a target that waits for the scan
     VideoTrack video_;
     SoundTrack sound_;
     Approach approach_{Approach::from_access_point};

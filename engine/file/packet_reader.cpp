@@ -18,8 +18,10 @@ void tell_loss(std::uint64_t offset, std::uint64_t length) {
 
 } // namespace
 
-PacketReader::PacketReader(std::shared_ptr<const FileSource> source, std::size_t block_size)
-    : source_{std::move(source)}, cutter_{source_->layout().stride, tell_loss},
+PacketReader::PacketReader(std::shared_ptr<const FileSource> source, std::size_t block_size, Losses losses)
+    : source_{std::move(source)}, cutter_{source_->layout().stride, losses == Losses::told
+                                                                        ? PacketCutter::LossSink{tell_loss}
+                                                                        : PacketCutter::LossSink{}},
       block_size_{block_size}, read_at_{source_->layout().first_sync} {}
 
 void PacketReader::seek(std::uint64_t offset) {

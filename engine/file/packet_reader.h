@@ -13,8 +13,12 @@ namespace velmora {
 
 class PacketReader {
 public:
+    /// What to do about bytes without packets.
+    enum class Losses { told, silent };
+
     /// @param block_size bytes per read
-    PacketReader(std::shared_ptr<const FileSource> source, std::size_t block_size);
+    PacketReader(std::shared_ptr<const FileSource> source, std::size_t block_size,
+                 Losses losses = Losses::told);
 
     /// Goes on at a packet's offset.
     void seek(std::uint64_t offset);

@@ -25,7 +25,7 @@ public:
 private:
     struct Entry {
         Position decode;
-        std::uint64_t offset;
+        std::uint64_t offset{0};
     };
 
     double seconds() const;

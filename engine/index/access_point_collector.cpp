@@ -13,6 +13,13 @@ constexpr std::size_t longest_pes_header = 9 + 255;
 
 } // namespace
 
+AccessPointCollector::AccessPointCollector(AccessPointIndex& index,
+                                           std::shared_ptr<const StreamSelection> streams,
+                                           const TimeAnchor& anchor)
+    : index_{index}, streams_{std::move(streams)}, timeline_{anchor} {
+    chooser_.restart(streams_.get());
+}
+
 void AccessPointCollector::feed(const TsPacket& packet) {
     if (packet.transport_error) {
         return;
@@ -95,7 +102,7 @@ void AccessPointCollector::finish() {
 }
 
 void AccessPointCollector::publish_extent(bool complete) {
-    index_.set_extent(IndexExtent{timeline_.end(), last_picture_, complete});
+    index_.set_extent(timeline_.end(), last_picture_, complete);
 }
 
 } // namespace velmora

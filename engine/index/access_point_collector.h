@@ -19,6 +19,11 @@ namespace velmora {
 class AccessPointCollector {
 public:
     explicit AccessPointCollector(AccessPointIndex& index) : index_{index} {}
+    /// Begins in the middle of a file.
+    /// @param streams in force there
+    /// @param anchor of a unit near by
+    AccessPointCollector(AccessPointIndex& index, std::shared_ptr<const StreamSelection> streams,
+                         const TimeAnchor& anchor);
 
     void feed(const TsPacket& packet);
     /// Decides the unit in progress; the extent is complete afterwards.

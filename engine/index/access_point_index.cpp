@@ -10,9 +10,16 @@ void AccessPointIndex::append(const AccessPoint& point) {
     extent_.end = std::max(extent_.end, point.presentation);
 }
 
-void AccessPointIndex::set_extent(const IndexExtent& extent) {
+void AccessPointIndex::set_extent(Position end, Position last_picture, bool complete) {
     const std::lock_guard lock{mutex_};
-    extent_ = extent;
+    extent_.end = end;
+    extent_.last_picture = last_picture;
+    extent_.complete = complete;
+}
+
+void AccessPointIndex::set_estimated_end(Position end) {
+    const std::lock_guard lock{mutex_};
+    extent_.estimated_end = end;
 }
 
 IndexExtent AccessPointIndex::extent() const {

@@ -5,6 +5,7 @@
 #include "ts/stream_selection.h"
 #include "ts/stream_timeline.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -25,16 +26,21 @@ struct AccessPoint {
 
 /// What is known of a file's extent.
 struct IndexExtent {
-    Position end;          ///< end of the last picture found
-    Position last_picture; ///< begin of the last picture found
-    bool complete{false};  ///< the whole file was scanned
+    Position end;           ///< end of the last picture found
+    Position last_picture;  ///< begin of the last picture found
+    Position estimated_end; ///< from the file's tail, while the scan runs; 0 when nothing is to be seen there
+    bool complete{false};   ///< the whole file was scanned
+
+    /// The best that is known of the end of the last picture.
+    Position likely_end() const { return complete ? end : std::max(end, estimated_end); }
 };
 
 /// Grows while a scanner runs, is searched by the player. Thread-safe.
 class AccessPointIndex {
 public:
     void append(const AccessPoint& point);
-    void set_extent(const IndexExtent& extent);
+    void set_extent(Position end, Position last_picture, bool complete);
+    void set_estimated_end(Position end);
 
     IndexExtent extent() const;
     /// The last access point from which the picture at `target` comes out right, or the first of all.

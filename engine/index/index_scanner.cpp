@@ -3,6 +3,7 @@
 #include "diagnostics/log.h"
 #include "file/packet_reader.h"
 #include "index/access_point_collector.h"
+#include "index/bisector.h"
 
 #include <exception>
 #include <string>
@@ -21,6 +22,11 @@ void scan(const std::stop_token& stop, const std::shared_ptr<const FileSource>& 
           AccessPointIndex& index, const std::function<void()>& on_progress) {
     // Linux keeps a nice value per thread: playing comes first.
     ::setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), background_nice);
+    if (source->size() >= Bisector::worthwhile) {
+        if (const auto end = Bisector{source}.end()) {
+            index.set_estimated_end(*end);
+        }
+    }
     PacketReader reader{source, scan_block_size};
     AccessPointCollector collector{index};
     while (!stop.stop_requested()) {

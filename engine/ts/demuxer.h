@@ -45,8 +45,8 @@ public:
 
 private:
     struct Track {
-        StreamKind kind;
-        std::uint16_t pid;
+        StreamKind kind{StreamKind::unknown};
+        std::uint16_t pid{0};
         PesAssembler assembler;
     };
 

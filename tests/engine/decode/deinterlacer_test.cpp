@@ -13,6 +13,10 @@ constexpr int height = 48;
 constexpr std::uint8_t dark = 40;
 constexpr std::uint8_t light = 200;
 
+std::uint8_t* row(const AVFrame& frame, int plane, int y) {
+    return frame.data[plane] + static_cast<std::ptrdiff_t>(y) * frame.linesize[plane];
+}
+
 /// A vertical edge that stands at `edge` in the top field and eight columns further in the bottom field.
 AvFrame combed(int edge, std::int64_t pts, int rows = height, bool interlaced = true) {
     AvFrame frame = make_frame();
@@ -32,7 +36,7 @@ AvFrame combed(int edge, std::int64_t pts, int rows = height, bool interlaced = 
             frame->data[0][y * frame->linesize[0] + x] = x < field_edge ? light : dark;
         }
         for (const int plane : {1, 2}) {
-            std::fill_n(frame->data[plane] + (y / 2) * frame->linesize[plane], width / 2, std::uint8_t{128});
+            std::fill_n(row(*frame, plane, y / 2), width / 2, std::uint8_t{128});
         }
     }
     return frame;
@@ -43,7 +47,7 @@ double combing(const AVFrame& frame) {
     double sum = 0;
     for (int y = 0; y + 1 < frame.height; ++y) {
         for (int x = 0; x < frame.width; ++x) {
-            const std::uint8_t* const at = frame.data[0] + y * frame.linesize[0] + x;
+            const std::uint8_t* const at = row(frame, 0, y) + x;
             sum += std::abs(at[0] - at[frame.linesize[0]]);
         }
     }
@@ -52,6 +56,7 @@ double combing(const AVFrame& frame) {
 
 std::vector<std::int64_t> times(const std::vector<AvFrame>& pictures) {
     std::vector<std::int64_t> all;
+    all.reserve(pictures.size());
     for (const AvFrame& picture : pictures) {
         all.push_back(picture->pts);
     }
@@ -84,7 +89,7 @@ TEST_F(DeinterlacerTest, RemovesTheCombFromEachPictureAndKeepsItsTime) {
 
 TEST_F(DeinterlacerTest, PassesProgressivePicturesAtOnceAndUntouched) {
     for (int i = 0; i < 3; ++i) {
-        AvFrame picture = combed(20, 3600 * i, height, false);
+        AvFrame picture = combed(20, std::int64_t{3600} * i, height, false);
         const std::uint8_t* const samples = picture->data[0];
         filter(std::move(picture));
         ASSERT_EQ(out_.size(), static_cast<std::size_t>(i) + 1);
@@ -95,7 +100,7 @@ TEST_F(DeinterlacerTest, PassesProgressivePicturesAtOnceAndUntouched) {
 TEST_F(DeinterlacerTest, LeavesProgressivePicturesAmongInterlacedOnesAsTheyAre) {
     const double before = combing(*combed(20, 0));
     for (int i = 0; i < 6; ++i) {
-        filter(combed(20, 3600 * i, height, i % 2 == 0));
+        filter(combed(20, std::int64_t{3600} * i, height, i % 2 == 0));
     }
     deinterlacer_.drain(sink_);
     ASSERT_EQ(out_.size(), 6U);

@@ -39,9 +39,12 @@ AvFrame smooth_picture(int width, int height) {
 
 /// BT.601 limited range by the textbook.
 std::array<double, 3> textbook_rgb(const AVFrame& frame, int x, int y) {
-    const double luma = 1.164383 * (frame.data[0][y * frame.linesize[0] + x] - 16);
-    const double blue = frame.data[1][y / 2 * frame.linesize[1] + x / 2] - 128;
-    const double red = frame.data[2][y / 2 * frame.linesize[2] + x / 2] - 128;
+    const auto sample = [&](int plane, int column, int row) {
+        return frame.data[plane][row * frame.linesize[plane] + column];
+    };
+    const double luma = 1.164383 * (sample(0, x, y) - 16);
+    const double blue = sample(1, x / 2, y / 2) - 128;
+    const double red = sample(2, x / 2, y / 2) - 128;
     return {luma + 1.596027 * red, luma - 0.391762 * blue - 0.812968 * red, luma + 2.017232 * blue};
 }
 
@@ -123,7 +126,7 @@ TEST(PictureConverter, ScalesInTheSameStep) {
     const RgbPicture small = converter.convert(*frame, {350, 197});
     EXPECT_EQ(small.size, (PictureSize{350, 197}));
     const auto expected = textbook_rgb(*frame, 320, 180);
-    const std::size_t middle = static_cast<std::size_t>(98 * small.pitch + 3 * 175);
+    const std::size_t middle = std::size_t{98} * static_cast<std::size_t>(small.pitch) + std::size_t{3 * 175};
     for (std::size_t i = 0; i < 3; ++i) {
         EXPECT_NEAR(small.bytes[middle + i], expected[i], 4);
     }

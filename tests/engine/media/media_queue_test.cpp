@@ -32,8 +32,10 @@ TEST(MediaQueue, LeavesTheItemWithItsOwnerWhenFull) {
     EXPECT_TRUE(queue.full());
     auto second = std::make_unique<int>(2);
     EXPECT_FALSE(queue.try_push(std::move(second)));
-    ASSERT_NE(second, nullptr); // NOLINT(bugprone-use-after-move): a refused item is not moved
+    // NOLINTBEGIN(bugprone-use-after-move): a refused item is not moved
+    ASSERT_NE(second, nullptr);
     EXPECT_EQ(*second, 2);
+    // NOLINTEND(bugprone-use-after-move)
 }
 
 TEST(MediaQueue, TellsOfArrivalsAndOfRoom) {

@@ -132,6 +132,19 @@ TEST(SeekAcrossTheWrap, PositionsGoOnBehindIt) {
     expect_exact_seeks(engine, 20, 16);
 }
 
+TEST(SeekAtOnce, LandsExactlyInALargeFileWhoseScanHasJustBegun) {
+    StreamRecipe recipe = twenty_seconds("h264", 50);
+    recipe.mux_options = "-muxrate 60M"; // mostly null packets
+    EngineLibrary library;
+    EngineUnderTest engine{library};
+    ASSERT_EQ(engine.play(make_stream(recipe), PLAYER_SPD_PAUSE), 0);
+    engine.seek(17);
+    ASSERT_TRUE(
+        engine.wait_for_info([&](const velmora_info_t&) { return engine.last_number() == 17U * 25U; }));
+    EXPECT_EQ(engine.info().player_info.second, 17);
+    EXPECT_EQ(engine.info().player_info.total_second, 20);
+}
+
 TEST(SeekRepeatedly, TheLastCommandWins) {
     EngineLibrary library;
     EngineUnderTest engine{library};
