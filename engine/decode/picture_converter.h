@@ -1,6 +1,7 @@
-// Converts decoded pictures to 24-bit RGB and scales them in the same step.
+// Converts decoded pictures to 24-bit RGB of the size that is shown.
 #pragma once
 
+#include "decode/picture_scaler.h"
 #include "decode/picture_size.h"
 #include "media/av_handles.h"
 
@@ -26,19 +27,19 @@ public:
     RgbPicture convert(const AVFrame& frame, PictureSize size);
 
 private:
-    bool prepare(const AVFrame& frame, PictureSize size);
-
     struct Key {
-        int format{-1};
-        PictureSize source;
-        PictureSize target;
+        AVPixelFormat format{AV_PIX_FMT_NONE};
+        PictureSize size;
         int matrix{0};
         bool full_range{false};
 
         bool operator==(const Key&) const = default;
     };
 
-    Scaler scaler_;
+    bool prepare(const Key& key);
+
+    PictureScaler scaler_;
+    Scaler colours_; ///< from YUV to RGB, size unchanged
     Key key_;
     std::vector<std::uint8_t> roomy_; ///< rows leave the converter room, then are packed
 };

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdlib>
@@ -45,7 +46,12 @@ std::array<double, 3> textbook_rgb(const AVFrame& frame, int x, int y) {
     const double luma = 1.164383 * (sample(0, x, y) - 16);
     const double blue = sample(1, x / 2, y / 2) - 128;
     const double red = sample(2, x / 2, y / 2) - 128;
-    return {luma + 1.596027 * red, luma - 0.391762 * blue - 0.812968 * red, luma + 2.017232 * blue};
+    std::array<double, 3> rgb{luma + 1.596027 * red, luma - 0.391762 * blue - 0.812968 * red,
+                              luma + 2.017232 * blue};
+    for (double& colour : rgb) {
+        colour = std::clamp(colour, 0.0, 255.0);
+    }
+    return rgb;
 }
 
 double mean_difference(const AVFrame& frame, const RgbPicture& rgb, int first_column) {
@@ -56,7 +62,7 @@ double mean_difference(const AVFrame& frame, const RgbPicture& rgb, int first_co
             const auto expected = textbook_rgb(frame, x, y);
             for (std::size_t colour = 0; colour < 3; ++colour) {
                 const std::size_t at = static_cast<std::size_t>(y * rgb.pitch + 3 * x) + colour;
-                sum += std::abs(std::clamp(expected[colour], 0.0, 255.0) - rgb.bytes[at]);
+                sum += std::abs(expected[colour] - rgb.bytes[at]);
                 ++count;
             }
         }
@@ -120,17 +126,32 @@ INSTANTIATE_TEST_SUITE_P(
         Colour{AVCOL_SPC_SMPTE170M, AVCOL_RANGE_JPEG, 64, {128, 128, 128}, {128, 128, 128}},
         Colour{AVCOL_SPC_SMPTE170M, AVCOL_RANGE_JPEG, 64, {255, 128, 128}, {255, 255, 255}}));
 
-TEST(PictureConverter, ScalesInTheSameStep) {
+class Scaling : public testing::TestWithParam<PictureSize> {};
+
+TEST_P(Scaling, ShowsTheSamePlacesInAnotherSize) {
     const AvFrame frame = smooth_picture(640, 360);
     PictureConverter converter;
-    const RgbPicture small = converter.convert(*frame, {350, 197});
-    EXPECT_EQ(small.size, (PictureSize{350, 197}));
-    const auto expected = textbook_rgb(*frame, 320, 180);
-    const std::size_t middle = std::size_t{98} * static_cast<std::size_t>(small.pitch) + std::size_t{3 * 175};
-    for (std::size_t i = 0; i < 3; ++i) {
-        EXPECT_NEAR(small.bytes[middle + i], expected[i], 4);
+    const PictureSize size = GetParam();
+    const RgbPicture scaled = converter.convert(*frame, size);
+    ASSERT_EQ(scaled.size, size);
+    ASSERT_EQ(scaled.pitch, picture_pitch(size.width));
+    ASSERT_EQ(scaled.bytes.size(), static_cast<std::size_t>(scaled.pitch * size.height));
+    for (const int eighth : {0, 1, 4, 7, 8}) {
+        const int x = std::min(size.width * eighth / 8, size.width - 1);
+        const int y = std::min(size.height * eighth / 8, size.height - 1);
+        const auto expected =
+            textbook_rgb(*frame, (2 * x + 1) * 320 / size.width, (2 * y + 1) * 180 / size.height);
+        const auto at = static_cast<std::size_t>(y * scaled.pitch + 3 * x);
+        for (std::size_t i = 0; i < 3; ++i) {
+            EXPECT_NEAR(scaled.bytes[at + i], expected[i], 5) << x << ", " << y;
+        }
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(Sizes, Scaling,
+                         testing::Values(PictureSize{350, 197}, PictureSize{351, 198}, PictureSize{64, 36},
+                                         PictureSize{720, 405}, PictureSize{1279, 719}, PictureSize{640, 359},
+                                         PictureSize{1024, 576}));
 
 TEST(PictureConverter, FollowsPicturesThatChange) {
     PictureConverter converter;

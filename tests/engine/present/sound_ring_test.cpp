@@ -15,7 +15,8 @@ Samples read(SoundRing& ring, std::size_t frames) {
 
 TEST(SoundRing, GivesBackWhatWasWrittenAcrossItsEnd) {
     SoundRing ring{4};
-    for (float value = 1; value < 20; value += 3) {
+    for (int round = 0; round < 7; ++round) {
+        const auto value = static_cast<float>(3 * round + 1);
         EXPECT_EQ(ring.write(Samples{value, -value, value + 1, -value - 1, value + 2, -value - 2}), 3U);
         EXPECT_EQ(read(ring, 3), (Samples{value, -value, value + 1, -value - 1, value + 2, -value - 2}));
     }

@@ -3,6 +3,7 @@
 
 #include "media/sound_frame.h"
 
+#include <cmath>
 #include <functional>
 #include <stdexcept>
 
@@ -12,7 +13,7 @@ constexpr int source_rate = 48000;
 constexpr int source_frame_samples = 1152;
 
 inline Position at_seconds(double seconds) {
-    return Position{Ticks{static_cast<std::int64_t>(seconds * Timeline::period::den + 0.5)}};
+    return Position{Ticks{std::llround(seconds * Timeline::period::den)}};
 }
 
 inline double in_seconds(Position position) {

@@ -298,8 +298,8 @@ void damage(Bytes& bytes, std::mt19937& random) {
 
 /// Copies a file to where it outlives the test.
 std::filesystem::path keep_for_inspection(const std::filesystem::path& file, int round) {
-    const auto kept = std::filesystem::temp_directory_path() /
-                      ("damaged-" + std::to_string(::getpid()) + "-" + std::to_string(round) + ".ts");
+    auto kept = std::filesystem::temp_directory_path() /
+                ("damaged-" + std::to_string(::getpid()) + "-" + std::to_string(round) + ".ts");
     std::filesystem::copy_file(file, kept, std::filesystem::copy_options::overwrite_existing);
     return kept;
 }

@@ -20,7 +20,7 @@ ScratchFolder::~ScratchFolder() {
 }
 
 std::filesystem::path ScratchFolder::write(const std::string& name, const Bytes& bytes) const {
-    const auto file = path_ / name;
+    auto file = path_ / name;
     std::ofstream stream{file, std::ios::binary};
     std::copy(bytes.begin(), bytes.end(), std::ostreambuf_iterator<char>{stream});
     return file;
@@ -28,7 +28,7 @@ std::filesystem::path ScratchFolder::write(const std::string& name, const Bytes&
 
 std::filesystem::path ScratchFolder::write_sparse(const std::string& name, const Bytes& head,
                                                   std::uintmax_t size) const {
-    const auto file = write(name, head);
+    auto file = write(name, head);
     std::filesystem::resize_file(file, size);
     return file;
 }

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <numeric>
 #include <random>
 
 namespace velmora {
@@ -52,10 +53,8 @@ std::vector<int> pids(const Bytes& bytes, std::size_t stride, std::size_t piece,
 }
 
 std::vector<int> counting(int first, int count) {
-    std::vector<int> numbers;
-    for (int i = 0; i < count; ++i) {
-        numbers.push_back(first + i);
-    }
+    std::vector<int> numbers(static_cast<std::size_t>(count));
+    std::iota(numbers.begin(), numbers.end(), first);
     return numbers;
 }
 
