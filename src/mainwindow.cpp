@@ -1,12 +1,12 @@
 // Construction of the window: its widgets, its wiring, its first look.
 #include "mainwindow.h"
 
+#include "branding.h"
 #include "jsncfg.h"
 #include "loadlib.h"
 #include "player_state.h"
 #include "ui_mainwindow.h"
 
-#include <QFile>
 #include <QGuiApplication>
 #include <QLabel>
 #include <QScreen>
@@ -16,8 +16,6 @@
 namespace {
 
 const QString configuration_file = QStringLiteral("\nzandor_player.cfg");
-const QString product_name_file = QStringLiteral("app_name.txt");
-const QString product_logo_file = QStringLiteral("app_logo.png");
 constexpr int poll_interval_ms = 1000;
 
 } // namespace
@@ -75,25 +73,19 @@ void MainWindow::create_library_banner() {
     dll_msg->move(250, 0);
     dll_msg->setStyleSheet(
         QStringLiteral("background-color:black;color:red;font-size:15px;font-weight:bold"));
-    dll_msg->setWindowIcon(QIcon{product_logo_file});
+    dll_msg->setWindowIcon(QIcon{site_logo_file});
     dll_msg->setText(QStringLiteral("      Library loading failed!"));
 }
 
 void MainWindow::apply_branding() {
-    QFile name_file{product_name_file};
-    if (name_file.open(QIODevice::ReadOnly)) {
-        const QString name = QString::fromUtf8(name_file.readAll());
-        setWindowTitle(name.trimmed());
-        ui->app_name_lbl->setText(name);
+    if (const auto name = site_name()) {
+        setWindowTitle(name->trimmed());
+        ui->app_name_lbl->setText(*name);
     }
-    const QPixmap logo{product_logo_file};
-    if (!logo.isNull()) {
-        ui->symbole->setStyleSheet(QString{});
-        QPixmap shown = logo.scaled(ui->symbole->size() * devicePixelRatioF(), Qt::KeepAspectRatio,
-                                    Qt::SmoothTransformation);
-        shown.setDevicePixelRatio(devicePixelRatioF());
-        ui->symbole->setPixmap(shown);
-        setWindowIcon(QIcon{logo});
+    const auto logo = site_logo();
+    if (logo && !logo->isNull()) {
+        show_logo(*ui->symbole, *logo);
+        setWindowIcon(QIcon{*logo});
     }
 }
 
@@ -150,9 +142,3 @@ void MainWindow::set_first_look() {
 }
 
 void MainWindow::openDebug() {}
-
-void MainWindow::showStatistic() {}
-
-void MainWindow::showHelp() {}
-
-void MainWindow::showAboat() {}

@@ -183,6 +183,8 @@ public:
 private:
     void maximise_once();
 
+    // --- statistics, help, about: mainwindow_information.cpp, slots only ---
+
     // --- volume: mainwindow_volume.cpp ---
 private:
     void start_volume();

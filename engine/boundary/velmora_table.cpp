@@ -139,6 +139,9 @@ void get_info(velmora_handle_t handle, velmora_info_t* info, int reset) noexcept
         return;
     }
     *info = velmora_info_t{};
+    if (handle == 0) {
+        return; // the statistics are looked at before there is a session, too
+    }
     with_session(handle, failure, [&](Session& session) {
         session.report(*info, reset != 0);
         return 0;
