@@ -198,7 +198,7 @@ std::optional<AccessPoint> FilePlayer::find_unscanned(Position target) {
     if (!bisector_) {
         bisector_ = std::make_unique<Bisector>(source_);
     }
-    const auto point = bisector_->find(target);
+    auto point = bisector_->find(target);
     if (!point) {
         not_bisected_ = target;
     }

@@ -175,7 +175,7 @@ std::optional<AccessPoint> Bisector::find(Position target) {
     const std::uint64_t end = near.offset + 2 * close;
     for (std::uint64_t length = close; length <= longest_group; length *= 2) {
         const std::uint64_t begin = near.offset > length ? near.offset - length : 0;
-        const auto point = find_in(begin, end, target);
+        auto point = find_in(begin, end, target);
         if (point && (point->clean_from <= target || begin == 0)) {
             return point;
         }
