@@ -3,7 +3,7 @@
 #   1. the development build with every test,
 #   2. formatting and forms,
 #   3. unit, application and engine tests under AddressSanitizer and UndefinedBehaviorSanitizer,
-#   4. the engine's tests, threads and all, under ThreadSanitizer.
+#   4. the engine's and the media blocks' tests, threads and all, under ThreadSanitizer.
 set -euo pipefail
 cd "$(dirname "$0")"
 
@@ -37,7 +37,7 @@ export TSAN_OPTIONS=suppressions=$sanitizers/tsan.supp:halt_on_error=1
 build asan
 run_tests asan --label-exclude 'end_to_end'
 
-build tsan engine_audio_tests engine_table_tests engine_unit_tests
+build tsan engine_audio_tests engine_blocks_tests engine_table_tests engine_unit_tests
 run_tests tsan --label-regex engine
 
 echo "all tests passed"
