@@ -20,6 +20,7 @@ protected:
             auto* const dialog = qobject_cast<aboat*>(&opened);
             EXPECT_NE(dialog, nullptr);
             EXPECT_EQ(opened.parent(), &window());
+            EXPECT_TRUE(QTest::qWaitForWindowActive(&opened, patience_ms));
             person(*dialog);
             if (opened.isVisible()) {
                 opened.close();

@@ -21,6 +21,7 @@ protected:
             auto* const dialog = qobject_cast<help*>(&opened);
             EXPECT_NE(dialog, nullptr);
             EXPECT_EQ(opened.parent(), &window());
+            EXPECT_TRUE(QTest::qWaitForWindowActive(&opened, patience_ms));
             person(*dialog);
             if (opened.isVisible()) {
                 opened.close();
