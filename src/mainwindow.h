@@ -118,11 +118,14 @@ public:
     void get_streaming(int on);
 
 private:
-    void open_control_link();
     void show_activities();
     void show_playback_controls();
     void show_live_controls();
     void follow_picture_size();
+
+    // --- control link to the data board: mainwindow_control_link.cpp ---
+private:
+    void open_control_link();
 
     // --- file playback: mainwindow_playback.cpp ---
 public:
@@ -142,8 +145,15 @@ private:
     void reap_open_task();
     void seek_to(int sec);
 
-    // --- streaming and recording: mainwindow_streaming.cpp ---
+    // --- live stream, streaming out, the dispatch, the data stream: mainwindow_streaming.cpp ---
+private:
+    /// Runs the network stream dialog, which stores what it is told.
+    /// @return 1 when it was accepted, else 0
+    int ask_for_network_stream();
+
+    // --- recording: mainwindow_recording.cpp ---
 public:
+    /// Records the running live view; asks for a directory first when there is none.
     void start_record();
     void stop_record();
 

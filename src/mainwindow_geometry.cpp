@@ -1,6 +1,7 @@
 // The window's geometry: where everything sits, the bottom bar, pinning on top.
 #include "mainwindow.h"
 
+#include "engine_session.h"
 #include "general/assertion.h"
 #include "geometry.h"
 #include "loadlib.h"
@@ -114,7 +115,7 @@ void MainWindow::check_resize() {
 
 void MainWindow::get_video_size() {
     velmora_info_t info{};
-    if (m_velmora != nullptr && m_VidDisp != 0) {
+    if (has_session()) {
         m_velmora->Velmora_get_info(m_VidDisp, &info, 0);
     }
     const QSize size = geometry::sensible_picture_size(info.inp_width, info.inp_height);

@@ -2,6 +2,7 @@
 #include "mainwindow.h"
 
 #include "engine_records.h"
+#include "engine_session.h"
 #include "geometry.h"
 #include "jsncfg.h"
 #include "loadlib.h"
@@ -230,15 +231,14 @@ void MainWindow::on_pause_clicked() {
 }
 
 void MainWindow::on_stop_clicked() {
-    const bool has_session = m_velmora != nullptr && m_VidDisp != 0;
     if (active_app == STREAMING_APP) {
         term_video_stream();
-        if (bit_action != 0 && has_session) {
+        if (bit_action != 0 && has_session()) {
             m_velmora->Velmora_switch_dispatch(m_VidDisp, 1);
         }
     } else if (active_app == PLAYBACK_APP) {
         stop_playback();
-        if (has_session) {
+        if (has_session()) {
             m_velmora->Velmora_switch_dispatch(m_VidDisp, 0);
         }
     }
@@ -246,7 +246,7 @@ void MainWindow::on_stop_clicked() {
 }
 
 void MainWindow::stop_playback() {
-    if (m_velmora == nullptr || m_VidDisp == 0) {
+    if (!has_session()) {
         return;
     }
     ui->animate_frame->hide();
@@ -255,7 +255,7 @@ void MainWindow::stop_playback() {
 }
 
 void MainWindow::update_playback(int dir, int speed) {
-    if (m_velmora != nullptr && m_VidDisp != 0) {
+    if (has_session()) {
         m_velmora->Velmora_set_event(m_VidDisp, playback_event_t{UPDATE_EVENT, 0, dir, speed});
     }
 }
@@ -278,7 +278,7 @@ void MainWindow::on_fast_playback_clicked() {
 }
 
 void MainWindow::seek_to(int sec) {
-    if (m_velmora != nullptr && m_VidDisp != 0) {
+    if (has_session()) {
         m_velmora->Velmora_set_event(m_VidDisp, playback_event_t{SEEK_EVENT, sec, 0, 0});
     }
 }
@@ -325,7 +325,7 @@ int MainWindow::get_time_lbl(int sec, char* dst) {
 }
 
 void MainWindow::on_tag_playback_clicked() {
-    if (m_velmora == nullptr || m_VidDisp == 0) {
+    if (!has_session()) {
         return;
     }
     if (active_app == PLAYBACK_APP) {
@@ -341,7 +341,7 @@ void MainWindow::on_tagin_list_clicked() {
         return;
     }
     ui->tag_list->clear();
-    if (m_velmora == nullptr || m_VidDisp == 0) {
+    if (!has_session()) {
         return;
     }
     std::set<int> tags;
@@ -373,7 +373,7 @@ void MainWindow::on_tag_list_clicked() {
 }
 
 void MainWindow::on_actionStop_All_triggered() {
-    if (m_velmora != nullptr && m_VidDisp != 0) {
+    if (has_session()) {
         m_velmora->Velmora_close(m_VidDisp);
         m_VidDisp = 0;
     }

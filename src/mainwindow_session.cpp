@@ -1,8 +1,8 @@
-// The engine session, live view, the control link to the data board, and the poll.
+// The engine session, live view and the poll.
 #include "mainwindow.h"
 
 #include "engine_records.h"
-#include "general/socket.h"
+#include "engine_session.h"
 #include "geometry.h"
 #include "jsncfg.h"
 #include "loadlib.h"
@@ -13,15 +13,9 @@
 #include <QIcon>
 #include <QLabel>
 
-#include <array>
-#include <cstdint>
-
 namespace {
 
-constexpr std::uint16_t board_port = 3100;
 constexpr int animation_interval_ms = 500;
-constexpr std::array<std::uint8_t, 6> board_resume{0xA5, 0x2B, 0xD3, 0x02, 0x00, 0x01};
-constexpr std::array<std::uint8_t, 6> board_stop{0xA5, 0x2B, 0xD2, 0x02, 0x00, 0x00};
 
 const QString indicator_on = QStringLiteral("color:#00ff00");
 const QString indicator_off = QStringLiteral("color:#888888");
@@ -31,26 +25,6 @@ bool runs(int activity) {
 }
 
 } // namespace
-
-int set_streaming_opertion(int on) {
-    if (board_addr == 0) {
-        return 0;
-    }
-    const auto& message = on == 1 ? board_resume : board_stop;
-    constexpr int size = static_cast<int>(board_resume.size());
-    const int sent = Socket_SendTo(tx_soxket, message.data(), size, board_addr, board_port);
-    return sent == size ? sent : -1;
-}
-
-void MainWindow::open_control_link() {
-    const QString address = m_mpCfg->p_board_ip->ip;
-    if (address.isEmpty()) {
-        return;
-    }
-    board_addr = Socket_Str2Addr(address.toLatin1().constData());
-    rx_socket = Socket_UDPServer(board_port);
-    tx_soxket = Socket_UDPSocket();
-}
 
 int MainWindow::init_vid_app() {
     if (m_VidDisp != 0) {
@@ -101,7 +75,7 @@ void MainWindow::term_video_stream() {
     res_flag = 0;
     video_size_flag = 0;
     getVideoSize.stop();
-    if (m_velmora != nullptr && m_VidDisp != 0) {
+    if (has_session()) {
         m_velmora->Velmora_stop(m_VidDisp, 1 << STREAMING_BIT);
     }
 }
@@ -110,7 +84,7 @@ void MainWindow::get_streaming(int /*on*/) {}
 
 void MainWindow::get_action_info() {
     m_info = velmora_info_t{};
-    if (m_velmora != nullptr && m_VidDisp != 0) {
+    if (has_session()) {
         m_velmora->Velmora_get_info(m_VidDisp, &m_info, 0);
         active_app = m_info.active_app;
     }

@@ -1,67 +1,40 @@
-// Streaming and recording: what the user starts and stops, and the two animated buttons.
+// The live stream and where its data goes, streaming a played file out, and the dispatch.
 #include "mainwindow.h"
 
-#include "engine_records.h"
-#include "jsncfg.h"
+#include "engine_session.h"
 #include "loadlib.h"
+#include "network_stream.h"
 #include "player_state.h"
+#include "stream_data.h"
 #include "ui_mainwindow.h"
 
-#include <QDir>
-#include <QFileDialog>
 #include <QIcon>
 
 #include <array>
 
-namespace {
-
-bool has_session() {
-    return m_velmora != nullptr && m_VidDisp != 0;
+int MainWindow::ask_for_network_stream() {
+    network_stream dialog{this};
+    return dialog.exec();
 }
 
-bool record_directory_exists() {
-    return QDir{m_mpCfg->p_recordCfg->directory_path}.exists();
-}
-
-} // namespace
-
-void MainWindow::setNetworkStream() {}
-
-void MainWindow::on_Record_clicked() {
-    if (isRecord == 1) {
-        stop_record();
-    } else if (isStream != 0) {
-        start_record();
-    } else if (record_directory_exists()) {
-        m_mpCfg->p_networkCfg->is_recording = 1;
+void MainWindow::setNetworkStream() {
+    if (ask_for_network_stream() == QDialog::Accepted) {
         init_video();
     }
 }
 
-void MainWindow::start_record() {
-    if (!record_directory_exists() || !has_session()) {
-        return;
-    }
-    if (const auto record = make_record_setup(*m_mpCfg->p_recordCfg)) {
-        m_velmora->Velmora_set_record_param(m_VidDisp, *record);
-        m_velmora->Velmora_start(m_VidDisp, 1 << RECORD_BIT);
-    }
-}
-
-void MainWindow::stop_record() {
-    if (has_session()) {
-        m_velmora->Velmora_stop(m_VidDisp, 1 << RECORD_BIT);
-    }
+void MainWindow::on_actionData_triggered() {
+    stream_data dialog{nullptr};
+    dialog.exec();
 }
 
 void MainWindow::on_stream_clicked() {
-    if (!has_session()) {
-        return;
-    }
     if (isStreamPlayback != 0) {
-        m_velmora->Velmora_stop(m_VidDisp, 1 << PLAYBACK_STREAMING_BIT);
+        if (has_session()) {
+            m_velmora->Velmora_stop(m_VidDisp, 1 << PLAYBACK_STREAMING_BIT);
+        }
         set_streaming_opertion(1);
-    } else if (isPlayback != 0) {
+    } else if (isPlayback != 0 && has_session()) { // without one nothing would take the board's place
         set_streaming_opertion(0);
         m_velmora->Velmora_start(m_VidDisp, 1 << PLAYBACK_STREAMING_BIT);
     }
@@ -90,29 +63,3 @@ void MainWindow::streamAnimate() {
         stream_animate = (stream_animate + 1) % phases;
     }
 }
-
-void MainWindow::playAnimate() {
-    ui->Record->setIcon(QIcon{animatStutuse == 1 ? QStringLiteral(":/new/menuebar/bitmap/record2.png")
-                                                 : QStringLiteral(":/new/menuebar/bitmap/record.png")});
-    animatStutuse = animatStutuse == 0 ? 1 : 0;
-}
-
-void MainWindow::selectRecordDirectory() {
-    dir_path = QFileDialog::getExistingDirectory(this, QStringLiteral("Save File"), QStringLiteral("/"));
-    m_mpCfg->p_recordCfg->directory_path = QString::fromLatin1(dir_path.toLatin1());
-    m_mpCfg->p_recordCfg->write();
-}
-
-void MainWindow::enable_sdx() {
-    m_mpCfg->p_recordCfg->trick_mode = ui->actionTrickMode->isChecked() ? 1 : 0;
-    m_mpCfg->p_recordCfg->write();
-}
-
-void MainWindow::createSdxFile() {
-    QFileDialog dialog{this, QStringLiteral("Open File"), m_mpCfg->p_recordCfg->directory_path,
-                       QStringLiteral("*.ts")};
-    dialog.setFileMode(QFileDialog::ExistingFiles);
-    dialog.exec();
-}
-
-void MainWindow::on_actionData_triggered() {}

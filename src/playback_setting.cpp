@@ -1,7 +1,7 @@
 #include "playback_setting.h"
 
+#include "form_text.h"
 #include "jsncfg.h"
-#include "masked_address.h"
 #include "player_state.h"
 #include "ui_playback_setting.h"
 
@@ -32,7 +32,7 @@ void playback_setting::on_browes_clicked() {
         QFileDialog::getOpenFileName(this, tr("Open File"), m_mpCfg->p_recordCfg->directory_path, tr("*.ts"));
     if (!name.isEmpty()) {
         // The section keeps the choice before this one until Play.
-        m_mpCfg->p_playbackCfg->path = QString::fromLatin1(ui->file->text().toLatin1());
+        m_mpCfg->p_playbackCfg->path = stored_text(ui->file->text());
         ui->file->setText(name);
     }
     show_warning();
@@ -45,13 +45,13 @@ void playback_setting::on_play_clicked() {
     section.speed = ui->speed->currentIndex();
     section.is_stream = ui->streaming->isChecked() ? 1 : 0;
     section.port = ui->port->text().toInt();
-    section.ip = QString::fromLatin1(from_masked_address(ui->ip->displayText()).toLatin1());
+    section.ip = stored_text(from_masked_address(ui->ip->displayText()));
     section.write();
     if (ui->file->text().isEmpty()) {
         show_warning();
         return;
     }
-    section.path = QString::fromLatin1(ui->file->text().toLatin1());
+    section.path = stored_text(ui->file->text());
     done(Accepted);
 }
 

@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QFile>
 #include <QJsonDocument>
+#include <QPointer>
 #include <QPushButton>
 
 #include <stdexcept>
@@ -92,20 +93,49 @@ void MainWindowTest::close_window() {
     window_.reset();
 }
 
+QImage MainWindowTest::picture(const char* file) {
+    const QIcon icon{QStringLiteral(":/new/menuebar/bitmap/") + QLatin1String(file)};
+    return icon.pixmap(32, 32).toImage();
+}
+
+bool MainWindowTest::shows_icon(const char* button, const char* file) {
+    return child<QPushButton>(button)->icon().pixmap(32, 32).toImage() == picture(file);
+}
+
 void MainWindowTest::click(const char* button) {
     QTest::mouseClick(child<QPushButton>(button), Qt::LeftButton);
 }
 
-void MainWindowTest::when_dialog_opens(std::function<void(QDialog&)> action) {
+void MainWindowTest::watch_for_dialog(std::function<std::function<void()>(QWidget& modal)> recognise) {
     auto* const timer = new QTimer{window_.get()};
-    QObject::connect(timer, &QTimer::timeout, window_.get(), [timer, action = std::move(action)] {
-        if (auto* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget())) {
+    QObject::connect(timer, &QTimer::timeout, window_.get(), [timer, recognise = std::move(recognise)] {
+        QWidget* const modal = QApplication::activeModalWidget();
+        if (modal == nullptr) {
+            return;
+        }
+        if (const std::function<void()> action = recognise(*modal)) {
             timer->stop();
             timer->deleteLater();
-            action(*dialog);
+            const QPointer<QWidget> dialog{modal};
+            action();
+            if (dialog != nullptr && dialog->isVisible()) {
+                ADD_FAILURE() << "the dialog was left open";
+                dialog->close();
+            }
         }
     });
     timer->start(5);
+}
+
+QList<QDialog*> MainWindowTest::remaining_dialogs() {
+    QList<QDialog*> dialogs = window_->findChildren<QDialog*>();
+    for (QWidget* widget : QApplication::topLevelWidgets()) {
+        auto* const dialog = qobject_cast<QDialog*>(widget);
+        if (dialog != nullptr && !dialogs.contains(dialog)) {
+            dialogs.append(dialog);
+        }
+    }
+    return dialogs;
 }
 
 std::vector<RecordedCall> MainWindowTest::calls() const {

@@ -11,7 +11,9 @@
 #include <QApplication>
 #include <QByteArray>
 #include <QDialog>
+#include <QImage>
 #include <QJsonObject>
+#include <QList>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
@@ -22,6 +24,8 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 /// How long conditions are waited for, milliseconds.
@@ -45,14 +49,25 @@ protected:
     }
     /// Neither the widget itself nor a group around it was hidden.
     bool shown(const char* name) { return !child(name)->isHidden(); }
+    /// A picture of the resources, as buttons show it.
+    static QImage picture(const char* file);
+    bool shows_icon(const char* button, const char* file);
     void click(const char* button);
     void trigger(const char* action) { child<QAction>(action)->trigger(); }
     /// Calls a slot that takes no arguments.
     void call_slot(const char* slot) { ASSERT_TRUE(QMetaObject::invokeMethod(window_.get(), slot)); }
     void poll() { call_slot("get_action_info"); }
 
-    /// Runs `action` while the next modal dialog is open; the dialog must be closed by it.
-    void when_dialog_opens(std::function<void(QDialog&)> action);
+    /// Runs `action` once a modal dialog of this type is open; the dialog must be closed by it.
+    template <class Dialog = QDialog>
+    void when_dialog_opens(std::type_identity_t<std::function<void(Dialog&)>> action) {
+        watch_for_dialog([action = std::move(action)](QWidget& modal) -> std::function<void()> {
+            auto* const dialog = qobject_cast<Dialog*>(&modal);
+            return dialog == nullptr ? nullptr : std::function<void()>{[action, dialog] { action(*dialog); }};
+        });
+    }
+    /// Dialogs that still exist, hidden ones too.
+    QList<QDialog*> remaining_dialogs();
 
     const TestEngineControl& engine() const { return *control_; }
     /// Changes what the engine answers.
@@ -84,6 +99,9 @@ protected:
     static void save_section(const QString& section, const QJsonObject& values);
 
 private:
+    /// Asks `recognise` about each modal widget until it names what is to be done.
+    void watch_for_dialog(std::function<std::function<void()>(QWidget& modal)> recognise);
+
     QTemporaryDir folder_;
     QString previous_folder_;
     const TestEngineControl* control_;

@@ -1,5 +1,6 @@
 // Openings out of the ordinary: the second path, no session, one that overtakes another, files that do not
 // fit.
+#include "dialog_driver.h"
 #include "main_window_fixture.h"
 
 #include <QFileDialog>
@@ -30,13 +31,11 @@ protected:
     }
     /// Answers the next file chooser with this file.
     void choose(const QString& file) {
-        when_dialog_opens([this, file](QDialog& dialog) {
-            auto& chooser = dynamic_cast<QFileDialog&>(dialog);
+        when_dialog_opens<QFileDialog>([this, file](QFileDialog& chooser) {
             chooser_title_ = chooser.windowTitle().toStdString();
             chooser_filters_ = chooser.nameFilters();
             chooser_mode_ = chooser.fileMode();
-            chooser.findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))->setText(file);
-            dialog.accept();
+            choose_path(chooser, file);
         });
     }
     bool wait_for_state(int state) {

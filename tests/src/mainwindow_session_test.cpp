@@ -1,7 +1,5 @@
-// The engine session, live view, the poll and the control link to the board.
+// The engine session, live view and the poll.
 #include "main_window_fixture.h"
-
-#include "general/socket.h"
 
 #include <QFontMetrics>
 #include <QLabel>
@@ -18,11 +16,6 @@ class SessionTest : public MainWindowTest {
 protected:
     bool is_on(const char* indicator) { return style(indicator) == "color:#00ff00"; }
     std::string style(const char* widget) { return child(widget)->styleSheet().toStdString(); }
-    bool shows_icon(const char* button, const char* file) {
-        const QIcon expected{QStringLiteral(":/new/menuebar/bitmap/") + QLatin1String(file)};
-        return child<QPushButton>(button)->icon().pixmap(32, 32).toImage() ==
-               expected.pixmap(32, 32).toImage();
-    }
 };
 
 TEST_F(SessionTest, OpensLazilyOnTheFirstActionThatNeedsIt) {
@@ -367,63 +360,6 @@ TEST_F(SessionTest, ClosingTheWindowStopsLiveViewAndKeepsTheSession) {
     EXPECT_EQ(m_VidDisp, 77U);
     std::array<std::uint8_t, 12> pixels{};
     EXPECT_TRUE(engine().push_picture(2, 2, 6, pixels.data())) << "a late picture finds no window";
-}
-
-class BoardLinkTest : public SessionTest {
-protected:
-    void open_window_with_board(const QString& address) {
-        save_section(QStringLiteral("board_ip"), {{QStringLiteral("IP"), address}});
-        open_window();
-    }
-    /// The next message on the link; the board's address is this machine's, so it comes back.
-    static std::vector<int> next_message() {
-        std::array<std::uint8_t, 64> bytes{};
-        std::uint32_t sender = 0;
-        std::uint16_t sender_port = 0;
-        if (Socket_IsRxPacketUS(rx_socket, 2000000) != 1) {
-            return {};
-        }
-        const int size = Socket_ReceiveFrom(rx_socket, bytes.data(), static_cast<int>(bytes.size()), &sender,
-                                            &sender_port);
-        return {bytes.begin(), bytes.begin() + std::max(size, 0)};
-    }
-};
-
-TEST_F(BoardLinkTest, AnEmptyAddressOpensNothingAndSendsNothing) {
-    open_window_with_board(QString{});
-    EXPECT_EQ(board_addr, 0U);
-    EXPECT_EQ(rx_socket, 0);
-    EXPECT_EQ(tx_soxket, 0);
-    EXPECT_EQ(set_streaming_opertion(0), 0);
-    EXPECT_EQ(set_streaming_opertion(1), 0);
-}
-
-TEST_F(BoardLinkTest, SendsSixBytes) {
-    open_window_with_board(QStringLiteral("127.0.0.1"));
-    EXPECT_EQ(board_addr, 0x7F000001U);
-    ASSERT_GT(rx_socket, 0);
-    EXPECT_EQ(set_streaming_opertion(1), 6);
-    EXPECT_EQ(next_message(), (std::vector<int>{0xA5, 0x2B, 0xD3, 0x02, 0x00, 0x01}));
-    EXPECT_EQ(set_streaming_opertion(0), 6);
-    EXPECT_EQ(next_message(), (std::vector<int>{0xA5, 0x2B, 0xD2, 0x02, 0x00, 0x00}));
-    EXPECT_EQ(set_streaming_opertion(7), 6);
-    EXPECT_EQ(next_message(), (std::vector<int>{0xA5, 0x2B, 0xD2, 0x02, 0x00, 0x00}));
-}
-
-TEST_F(BoardLinkTest, StoppingPlaybackLetsTheBoardStreamAgain) {
-    open_window_with_board(QStringLiteral("127.0.0.1"));
-    open_session();
-    active_app = PLAYBACK_APP;
-    click("stop");
-    EXPECT_EQ(next_message(), (std::vector<int>{0xA5, 0x2B, 0xD3, 0x02, 0x00, 0x01}));
-}
-
-TEST_F(BoardLinkTest, AFailedSendIsReported) {
-    open_window_with_board(QStringLiteral("127.0.0.1"));
-    const int socket = tx_soxket;
-    tx_soxket = -1;
-    EXPECT_EQ(set_streaming_opertion(1), -1);
-    tx_soxket = socket;
 }
 
 } // namespace

@@ -1,7 +1,6 @@
-// Recording, streaming a played file out, the dispatch, and the animated buttons.
+// The live stream from its dialog, streaming a played file out, and the dispatch.
+#include "dialog_driver.h"
 #include "main_window_fixture.h"
-
-#include <QPushButton>
 
 namespace {
 
@@ -9,47 +8,53 @@ using Names = std::vector<std::string>;
 
 class StreamingTest : public MainWindowTest {
 protected:
-    QImage icon_of(const char* button) { return child<QPushButton>(button)->icon().pixmap(32, 32).toImage(); }
-    static QImage icon_file(const char* file) {
-        return QIcon{QStringLiteral(":/new/menuebar/bitmap/") + QLatin1String(file)}.pixmap(32, 32).toImage();
-    }
-    void record_into(const QString& directory) {
-        save_section(QStringLiteral("record"),
-                     {{QStringLiteral("Path"), directory}, {QStringLiteral("Trick_mode"), 0}});
+    /// Answers the dialog that the next action opens by pressing one of its buttons.
+    void answer_dialog(const char* button) {
+        when_dialog_opens([button](QDialog& dialog) { click_on(dialog, button); });
     }
 };
 
-TEST_F(StreamingTest, RecordWithNothingRunningStartsLiveViewWithRecording) {
-    record_into(QStringLiteral("/tmp"));
+TEST_F(StreamingTest, EachAcceptedDialogStartsLiveViewAnew) {
     open_window();
-    click("Record");
-    EXPECT_EQ(last_call("Velmora_start")->number, 12);
-    EXPECT_STREQ(std::get<record_setup_t>(last_call("Velmora_set_record_param")->record).directory_path,
-                 "/tmp");
-    EXPECT_EQ(m_mpCfg->p_networkCfg->is_recording, 1);
+    for (int times = 1; times <= 2; ++times) {
+        engine().forget_calls();
+        answer_dialog("playNetwork");
+        trigger("actionNetwork_Stream");
+        Names expected{"Velmora_set_data_param", "Velmora_set_streaming_param", "Velmora_stop",
+                       "Velmora_start"};
+        if (times == 1) { // the session is opened on the way
+            expected.insert(expected.begin(),
+                            {"Velmora_open", "Velmora_register_user_overlay", "Velmora_set_display_size"});
+        }
+        EXPECT_EQ(call_names(), expected);
+        EXPECT_EQ(last_call("Velmora_stop")->number, 4);
+        EXPECT_EQ(last_call("Velmora_start")->number, 4);
+    }
 }
 
-TEST_F(StreamingTest, RecordWithoutADirectoryStartsNothingByItself) {
-    record_into(QStringLiteral("/there/is/no/such/directory"));
+TEST_F(StreamingTest, ARefusedLiveViewShowsOnlyAtThePoll) {
     open_window();
-    click("Record");
-    EXPECT_FALSE(last_call("Velmora_start"));
+    script([](TestEngineScript& answers) { answers.start_result = -1; });
+    answer_dialog("playNetwork");
+    trigger("actionNetwork_Stream");
+    poll();
+    EXPECT_FALSE(child("playButton")->isHidden());
+    EXPECT_TRUE(child("pause")->isHidden());
+    EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
 }
 
-TEST_F(StreamingTest, RecordDuringLiveViewAndStopAgain) {
-    record_into(QStringLiteral("/tmp"));
+TEST_F(StreamingTest, ThePollGoesOnWhileADialogIsOpen) {
     open_window();
     open_session();
-    isStream = 1;
-    click("Record");
-    EXPECT_EQ(call_names(), (Names{"Velmora_set_record_param", "Velmora_start"}));
-    EXPECT_EQ(last_call("Velmora_start")->number, 8);
-    EXPECT_EQ(std::get<record_setup_t>(last_call("Velmora_set_record_param")->record).is_trick_mode, 0);
-    isRecord = 1;
-    engine().forget_calls();
-    click("Record");
-    EXPECT_EQ(call_names(), Names{"Velmora_stop"});
-    EXPECT_EQ(last_call("Velmora_stop")->number, 8);
+    when_dialog_opens([this](QDialog& dialog) {
+        get_action_info_timer.start(10);
+        EXPECT_TRUE(
+            QTest::qWaitFor([this] { return last_call("Velmora_get_info").has_value(); }, patience_ms));
+        get_action_info_timer.stop();
+        click_on(dialog, "cancelNetwork");
+    });
+    trigger("actionNetwork_Stream");
+    EXPECT_TRUE(last_call("Velmora_get_info"));
 }
 
 TEST_F(StreamingTest, StreamsAPlayedFileOutAndStopsThat) {
@@ -95,36 +100,12 @@ TEST_F(StreamingTest, TheStreamButtonGoesThroughFourPictures) {
     open_window();
     for (const char* file : {"stream1.png", "stream2.png", "stream3.png", "stream.png", "stream1.png"}) {
         call_slot("streamAnimate");
-        EXPECT_EQ(icon_of("stream"), icon_file(file)) << file;
+        EXPECT_TRUE(shows_icon("stream", file)) << file;
     }
     stream_animate = 9;
     call_slot("streamAnimate");
-    EXPECT_EQ(icon_of("stream"), icon_file("stream1.png"));
+    EXPECT_TRUE(shows_icon("stream", "stream1.png"));
     EXPECT_EQ(stream_animate, 9);
-}
-
-TEST_F(StreamingTest, TheRecordButtonBlinks) {
-    open_window();
-    for (const char* file : {"record2.png", "record.png", "record2.png"}) {
-        call_slot("playAnimate");
-        EXPECT_EQ(icon_of("Record"), icon_file(file)) << file;
-    }
-    EXPECT_NE(icon_file("record.png"), icon_file("record2.png"));
-}
-
-TEST_F(StreamingTest, TrickModeIsStoredAtOnce) {
-    open_window();
-    child<QAction>("actionTrickMode")->setChecked(true);
-    trigger("actionTrickMode");
-    const auto stored = [] {
-        return saved_configuration()
-            .value(QStringLiteral("record"))
-            .toObject()
-            .value(QStringLiteral("Trick_mode"));
-    };
-    EXPECT_EQ(stored(), QJsonValue{0});
-    trigger("actionTrickMode");
-    EXPECT_EQ(stored(), QJsonValue{1});
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 // The playback dialog, driven like a person drives it.
 #include "playback_setting.h"
 
+#include "dialog_driver.h"
 #include "main_window_fixture.h"
 
 #include <QComboBox>
@@ -29,22 +30,9 @@ protected:
     void press(const char* button) { QTest::mouseClick(part<QPushButton>(button), Qt::LeftButton); }
     /// Chooses a file in the chooser that the next press opens; an empty name cancels it.
     void choose(const QString& file) {
-        auto* const timer = new QTimer{dialog_.get()};
-        QObject::connect(timer, &QTimer::timeout, dialog_.get(), [timer, file] {
-            auto* const chooser = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
-            if (chooser == nullptr) {
-                return;
-            }
-            timer->stop();
-            if (file.isEmpty()) {
-                chooser->reject();
-            } else {
-                // The name is typed whole; the list beside it fills at its own pace.
-                chooser->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))->setText(file);
-                QMetaObject::invokeMethod(chooser, "accept");
-            }
+        when_dialog_opens<QFileDialog>([file](QFileDialog& chooser) {
+            file.isEmpty() ? cancel_chooser(chooser) : choose_path(chooser, file);
         });
-        timer->start(10);
         press("browes");
     }
     playbackCfg& section() { return *m_mpCfg->p_playbackCfg; }

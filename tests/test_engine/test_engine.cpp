@@ -29,6 +29,7 @@ RecordedCall call(const char* name, velmora_handle_t handle = 0, int number = 0)
     recorded.handle = handle;
     recorded.number = number;
     recorded.thread = std::this_thread::get_id();
+    recorded.time = std::chrono::system_clock::now();
     return recorded;
 }
 

@@ -4,6 +4,7 @@
 
 #include "velmoraapi.h"
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -24,6 +25,7 @@ struct RecordedCall {
     std::vector<std::string> texts; ///< copies of the strings that the record points to, in its order
     const void* user{nullptr};      ///< Velmora_register_user_overlay
     std::thread::id thread;
+    std::chrono::system_clock::time_point time; ///< of its arrival
 };
 
 /// What the engine answers; tests change it at any time.

@@ -1,5 +1,5 @@
-// Addresses in fields whose mask has three digits for each group.
-#include "masked_address.h"
+// Texts between forms and the configuration; masked addresses have three digits for each group.
+#include "form_text.h"
 
 #include <gtest/gtest.h>
 
@@ -11,6 +11,12 @@ std::string masked(const char* address) {
 
 std::string unmasked(const char* text) {
     return from_masked_address(QLatin1String(text)).toStdString();
+}
+
+TEST(StoredText, KeepsLatin1AndLosesTheRest) {
+    EXPECT_EQ(stored_text(QString::fromUtf8("caf\xC3\xA9 \xE6\xBC\xA2")).toUtf8().toStdString(),
+              "caf\xC3\xA9 ?");
+    EXPECT_TRUE(stored_text(QString{}).isEmpty());
 }
 
 TEST(MaskedAddress, FillsEachGroupToThreeDigits) {

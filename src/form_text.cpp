@@ -1,4 +1,4 @@
-#include "masked_address.h"
+#include "form_text.h"
 
 #include <QStringList>
 
@@ -8,6 +8,10 @@ constexpr int groups = 4;
 constexpr int digits = 3;
 
 } // namespace
+
+QString stored_text(const QString& shown) {
+    return QString::fromLatin1(shown.toLatin1());
+}
 
 QString to_masked_address(const QString& address) {
     QString text;
