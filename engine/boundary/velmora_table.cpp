@@ -170,8 +170,9 @@ void set_event(velmora_handle_t handle, playback_event_t event) noexcept {
     });
 }
 
-int get_tag_by_i(velmora_handle_t /*handle*/, int /*index*/) noexcept {
-    return not_available("Velmora_get_tag_by_i");
+int get_tag_by_i(velmora_handle_t handle, int index) noexcept {
+    return with_session(handle, failure,
+                        [&](Session& session) { return session.tag(index).value_or(failure); });
 }
 
 int set_volume_level(int level) noexcept {

@@ -65,6 +65,7 @@ void VideoDecoder::finish(Position wanted_from, const Sink& sink) {
         avcodec_flush_buffers(context_.get());
     }
     parser_ = make_parser(codec_id_);
+    skip_ = std::exchange(skip_from_key_, std::nullopt).value_or(skip_);
 }
 
 void VideoDecoder::flush() {
@@ -72,6 +73,16 @@ void VideoDecoder::flush() {
         avcodec_flush_buffers(context_.get());
     }
     parser_ = make_parser(codec_id_);
+    skip_ = std::exchange(skip_from_key_, std::nullopt).value_or(skip_);
+}
+
+void VideoDecoder::set_skip(AVDiscard skip) {
+    if (skip < skip_ && skip_ > AVDISCARD_NONREF) {
+        skip_from_key_ = skip;
+    } else {
+        skip_from_key_.reset();
+        skip_ = skip;
+    }
 }
 
 void VideoDecoder::parse(const std::uint8_t* data, int size, std::optional<Position> presentation,
@@ -100,7 +111,13 @@ void VideoDecoder::parse(const std::uint8_t* data, int size, std::optional<Posit
             packet_->dts = parser_->dts;
             const bool only_reference =
                 packet_->pts != AV_NOPTS_VALUE && packet_->pts < wanted_from.time_since_epoch().count();
-            context_->skip_frame = only_reference || hurry_ ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
+            const PictureClass kind =
+                picture_class(codec_id_, *parser_, {unit, static_cast<std::size_t>(unit_size)});
+            shares_.count(kind);
+            if (skip_from_key_ && kind == PictureClass::key) {
+                skip_ = *std::exchange(skip_from_key_, std::nullopt);
+            }
+            context_->skip_frame = only_reference ? std::max(skip_, AVDISCARD_NONREF) : skip_;
             if (preview_) {
                 const Sink preview = std::exchange(preview_, nullptr);
                 send(packet_.get(), preview);

@@ -1,6 +1,7 @@
 // Turns the PES packets of a video stream into pictures.
 #pragma once
 
+#include "decode/picture_class.h"
 #include "media/av_handles.h"
 #include "media/timeline.h"
 
@@ -37,8 +38,11 @@ public:
     void finish(Position wanted_from, const Sink& sink);
     /// Drops what is in the pipe, before a jump in the file.
     void flush();
-    /// Leaves out pictures that no other picture needs, to catch up.
-    void set_hurry(bool hurry) { hurry_ = hurry; }
+    /// Leaves out pictures of these classes. A lower level than one that leaves out references takes effect
+    /// at the next key picture, since what follows before it cannot be decoded.
+    void set_skip(AVDiscard skip);
+    /// What the stream's latest pictures are made of.
+    const PictureClassShares& shares() const { return shares_; }
     /// Decodes the next unit, an access point, twice: its picture goes to `preview` at once, without waiting
     /// for the units that precede it in display order, and comes out in order later.
     void preview_next(Sink preview) { preview_ = std::move(preview); }
@@ -64,7 +68,9 @@ private:
     Sink preview_;
     std::uint64_t errors_{0};
     bool is_open_{false};
-    bool hurry_{false};
+    PictureClassShares shares_;
+    AVDiscard skip_{AVDISCARD_DEFAULT};
+    std::optional<AVDiscard> skip_from_key_;
 };
 
 } // namespace velmora

@@ -1,32 +1,38 @@
 #include "file/file_player.h"
 
 #include "diagnostics/log.h"
+#include "file/key_run.h"
+#include "file/reverse_run.h"
 
 #include <algorithm>
+#include <cmath>
 #include <exception>
 #include <utility>
+
+extern "C" {
+#include <libavutil/imgutils.h>
+}
 
 namespace velmora {
 
 namespace {
 
-using namespace std::chrono_literals;
-
 constexpr std::size_t sound_queue_depth = 48;
-/// What may wait when one stream is far ahead of the other in the file, bytes.
-constexpr std::size_t most_waiting_for_pictures = std::size_t{16} << 20U;
-constexpr std::size_t most_waiting_for_sound = std::size_t{4} << 20U;
-/// How far to look for something playable, bytes.
-constexpr std::uint64_t longest_search = std::uint64_t{32} << 20U;
-constexpr int most_steps_back = 3;
-constexpr Ticks late_picture = 100ms;
+/// Asks for the last picture, wherever that is.
+constexpr Position the_end = Position::max();
+
+std::size_t bytes_of(const AVFrame& frame) {
+    const int bytes =
+        av_image_get_buffer_size(static_cast<AVPixelFormat>(frame.format), frame.width, frame.height, 1);
+    return bytes > 0 ? static_cast<std::size_t>(bytes) : 0;
+}
 
 } // namespace
 
 FilePlayer::FilePlayer(Setup setup, Hooks hooks)
     : setup_{std::move(setup)}, hooks_{std::move(hooks)}, board_{setup_.latin1_path},
       pictures_{std::make_shared<PictureSource>()}, sounds_{std::make_shared<SoundQueue>(sound_queue_depth)},
-      index_{std::make_shared<AccessPointIndex>()}, paused_{setup_.paused} {
+      index_{std::make_shared<AccessPointIndex>()}, tempo_{setup_.tempo} {
     pictures_->on_shown = [this](const Picture& picture) { picture_shown(picture); };
     pictures_->pictures.set_on_room([this] { wake(); });
     sounds_->set_on_room([this] { wake(); });
@@ -39,11 +45,28 @@ FilePlayer::~FilePlayer() {
     sounds_->set_on_room(nullptr);
 }
 
+RunOutlet FilePlayer::make_outlet() {
+    return {.pictures = pictures_,
+            .sounds = sounds_,
+            .discard_sound = hooks_.discard_sound,
+            .ready = [this] { set_readiness(Readiness::ready); },
+            .sound_begins = [this](Position position) { sound_begins(position); },
+            .nothing_beyond = [this](Position target) { rest(Rest::at_end, target); },
+            .facts_changed = [this] { update_facts(); }};
+}
+
 void FilePlayer::open() {
     source_ = std::make_shared<const FileSource>(setup_.latin1_path);
-    feed_ = std::make_unique<StreamFeed>(source_);
-    video_.preview_first([this](Picture picture) { offer_preview(std::move(picture)); });
+    points_ = std::make_unique<AccessPointFinder>(source_, index_);
+    forward_ = std::make_unique<ForwardRun>(source_, *points_, make_outlet(), setup_.latin1_path);
+    auto tags = std::make_unique<TagList>(source_->path());
     const std::lock_guard lock{mutex_};
+    tags_ = std::move(tags);
+    if (tempo_.is_reverse() && !tempo_.is_paused()) {
+        wanted_position_ = the_end;
+    } else {
+        forward_->begin_with_preview();
+    }
     if (stop_.stop_requested()) {
         return;
     }
@@ -77,17 +100,36 @@ void FilePlayer::seek(Position target) {
     wake();
 }
 
-void FilePlayer::set_paused(bool paused) {
+void FilePlayer::set_tempo(Tempo tempo) {
     {
         const std::lock_guard lock{mutex_};
-        paused_ = paused;
-        if (run_begun_ && !ended_) {
-            pictures_->clock.set_rate(paused ? 0.0 : 1.0, SteadyClock::now());
+        if (tempo.is_paused()) {
+            tempo.direction = tempo_.direction;
+            // The picture on the screen stays, however long the present piece of work takes.
+            pictures_->clock.set_rate(0.0, SteadyClock::now());
         }
-        board_.update([&](PlaybackFacts& facts, PlaybackCounters&) { facts.paused = paused; });
+        tempo_ = tempo;
+        board_.update([&](PlaybackFacts& facts, PlaybackCounters&) { facts.tempo = tempo; });
     }
     hooks_.clock_changed();
     wake();
+}
+
+void FilePlayer::mark() {
+    {
+        const std::lock_guard lock{mutex_};
+        if (!tags_ || !last_shown_) {
+            return;
+        }
+        tags_->mark(static_cast<int>(
+            std::chrono::duration_cast<std::chrono::seconds>(last_shown_->time_since_epoch()).count()));
+    }
+    wake();
+}
+
+std::optional<int> FilePlayer::tag(int index) const {
+    const std::lock_guard lock{mutex_};
+    return tags_ ? tags_->at(index) : std::nullopt;
 }
 
 void FilePlayer::report(velmora_info_t& info) const {
@@ -110,11 +152,11 @@ void FilePlayer::set_readiness(Readiness readiness) {
             return;
         }
         readiness_ = readiness;
+        board_.update([&](PlaybackFacts& facts, PlaybackCounters&) {
+            facts.running = readiness == Readiness::ready;
+            facts.tempo = tempo_;
+        });
     }
-    board_.update([&](PlaybackFacts& facts, PlaybackCounters&) {
-        facts.running = readiness == Readiness::ready;
-        facts.paused = setup_.paused;
-    });
     changed_.notify_all();
 }
 
@@ -125,10 +167,12 @@ void FilePlayer::picture_shown(const Picture& picture) {
             return;
         }
         if (picture.begins_run) {
-            pictures_->clock.anchor(picture.position, paused_ ? 0.0 : 1.0, SteadyClock::now());
+            pictures_->clock.anchor(picture.position, tempo_.is_paused() ? 0.0 : run_rate_,
+                                    SteadyClock::now());
             run_begun_ = true;
         }
         last_shown_ = picture.position;
+        shown_bytes_ = bytes_of(*picture.frame);
         woken_ = true;
     }
     board_.update([&](PlaybackFacts& facts, PlaybackCounters& counters) {
@@ -138,28 +182,39 @@ void FilePlayer::picture_shown(const Picture& picture) {
     changed_.notify_all();
 }
 
+void FilePlayer::sound_begins(Position position) {
+    const std::lock_guard lock{mutex_};
+    pictures_->clock.anchor(position, tempo_.is_paused() ? 0.0 : run_rate_, SteadyClock::now());
+    run_begun_ = true;
+    last_shown_ = position;
+}
+
 void FilePlayer::run(const std::stop_token& stop) {
     try {
         while (!stop.stop_requested()) {
-            if (take_commands() && work()) {
+            if (take_commands() && active().work()) {
                 continue;
             }
-            check_end();
+            check_limit();
+            tags_->save();
             wait_for_work(stop);
         }
     } catch (const std::exception& error) {
         log_incident("file", "player", setup_.latin1_path + ' ' + error.what() + ", playing ended");
         const std::lock_guard lock{mutex_};
-        ended_ = true;
+        rest_ = Rest::at_end;
     }
+    other_.reset(); // its threads wake this player
     set_readiness(Readiness::failed);
+    tags_->save();
 }
 
 void FilePlayer::wait_for_work(const std::stop_token& stop) {
-    const auto end = end_position();
+    const auto end = other_ ? std::nullopt : forward_->limit();
     std::unique_lock lock{mutex_};
     const auto is_woken = [this] { return std::exchange(woken_, false); };
-    const SteadyTime end_due = end && !ended_ ? pictures_->clock.snapshot().due(*end) : SteadyTime::max();
+    const SteadyTime end_due =
+        end && rest_ == Rest::none ? pictures_->clock.snapshot().due(*end) : SteadyTime::max();
     if (end_due == SteadyTime::max()) {
         changed_.wait(lock, stop, is_woken);
     } else {
@@ -167,8 +222,16 @@ void FilePlayer::wait_for_work(const std::stop_token& stop) {
     }
 }
 
-/// @return false while a wanted position is not indexed yet
+/// @return false while a wanted position is not known yet
 bool FilePlayer::take_commands() {
+    if (!seek_if_wanted()) {
+        return false;
+    }
+    follow_tempo();
+    return true;
+}
+
+bool FilePlayer::seek_if_wanted() {
     std::optional<Position> wanted;
     {
         const std::lock_guard lock{mutex_};
@@ -178,280 +241,214 @@ bool FilePlayer::take_commands() {
     if (!wanted) {
         return true;
     }
-    const IndexExtent extent = index_->extent();
-    const Position target = extent.complete ? std::min(*wanted, extent.last_picture) : *wanted;
-    if (index_->covers(target)) {
-        begin_seek(*wanted, target, index_->find(target));
-        return true;
+    const auto target = target_of(*wanted);
+    const auto start = target ? points_->find(*target) : std::nullopt;
+    if (!start) {
+        return false;
     }
-    if (const auto point = find_unscanned(target)) {
-        begin_seek(*wanted, target, point);
-        return true;
-    }
-    return false;
-}
-
-std::optional<AccessPoint> FilePlayer::find_unscanned(Position target) {
-    if (source_->size() < Bisector::worthwhile || not_bisected_ == target) {
-        return std::nullopt;
-    }
-    if (!bisector_) {
-        bisector_ = std::make_unique<Bisector>(source_);
-    }
-    auto point = bisector_->find(target);
-    if (!point) {
-        not_bisected_ = target;
-    }
-    return point;
-}
-
-void FilePlayer::begin_seek(Position wanted, Position target, const std::optional<AccessPoint>& point) {
     {
         const std::lock_guard lock{mutex_};
         if (wanted_position_ == wanted) {
             wanted_position_.reset(); // else a newer command waits and is next
         }
+    }
+    is_finishing_ = false;
+    begin_forward(*start, *target);
+    return true;
+}
+
+/// @return nothing while the end is wanted but not known
+std::optional<Position> FilePlayer::target_of(Position wanted) const {
+    const IndexExtent extent = points_->extent();
+    if (extent.complete) {
+        return std::min(wanted, extent.last_picture);
+    }
+    if (wanted != the_end) {
+        return wanted;
+    }
+    const Position estimated = extent.estimated_end - forward_->feed().unit_duration();
+    return estimated > Position{} ? std::optional{estimated} : std::nullopt;
+}
+
+/// From here the forward run shows the picture at `target` and goes on.
+void FilePlayer::begin_forward(const DecodingStart& start, Position target) {
+    other_.reset();
+    {
+        const std::lock_guard lock{mutex_};
         ++pictures_->generation;
         pictures_->clock.anchor(target, 0.0, SteadyClock::now());
         run_begun_ = false;
-        ended_ = false;
+        rest_ = Rest::none;
         last_shown_.reset();
+        // Where another run takes over at once, the clock waits for it.
+        run_rate_ = is_suited(tempo_) ? tempo_.rate() : 0.0;
     }
-    board_.update([](PlaybackFacts& facts, PlaybackCounters&) { facts.at_end = false; });
-    steps_back_ = 0;
-    restart_tracks(point, target);
+    board_.update([](PlaybackFacts& facts, PlaybackCounters&) {
+        facts.at_end = false;
+        facts.at_start = false;
+    });
+    forward_->begin(start, target);
 }
 
-void FilePlayer::restart_tracks(const std::optional<AccessPoint>& point, Position target) {
+PlayRun& FilePlayer::active() const {
+    return other_ ? *other_ : *forward_;
+}
+
+/// Whether the active run can play that way.
+bool FilePlayer::is_suited(const Tempo& tempo) const {
+    if (tempo.is_paused() || is_finishing_ || forward_->sound_only()) {
+        return true;
+    }
+    const bool is_forward = !tempo.is_reverse() && !tempo.is_fast();
+    return other_ ? tempo.direction == followed_.direction && tempo.is_fast() == followed_.is_fast()
+                  : is_forward;
+}
+
+void FilePlayer::follow_tempo() {
+    Tempo tempo;
+    std::optional<Position> shown;
+    {
+        const std::lock_guard lock{mutex_};
+        tempo = tempo_;
+        shown = last_shown_;
+    }
+    if (tempo.is_paused()) {
+        return;
+    }
+    if (tempo != followed_) {
+        is_finishing_ = false;
+    }
+    if (!is_suited(tempo)) {
+        if (shown) {
+            turn(*shown, tempo);
+        }
+        return;
+    }
+    if (tempo != followed_) {
+        if (!other_ && forward_->lacks_references() && shown) {
+            turn(*shown, tempo);
+            return;
+        }
+        followed_ = tempo;
+        active().set_magnitude(std::abs(tempo.rate()));
+    }
+    set_clock_rate(forward_->sound_only() ? std::abs(tempo.rate()) : tempo.rate());
+}
+
+void FilePlayer::set_clock_rate(double rate) {
+    {
+        const std::lock_guard lock{mutex_};
+        run_rate_ = rate;
+        if (!run_begun_ || rest_ != Rest::none || tempo_.is_paused() ||
+            pictures_->clock.snapshot().rate() == rate) {
+            return;
+        }
+        pictures_->clock.set_rate(rate, SteadyClock::now());
+    }
+    hooks_.clock_changed();
+}
+
+/// Another run takes over at the picture that is on the screen.
+void FilePlayer::turn(Position from, const Tempo& tempo) {
+    if (tempo.is_reverse() || tempo.is_fast()) {
+        begin_other(from, tempo);
+    } else {
+        const auto start = points_->find(from);
+        if (!start) {
+            return;
+        }
+        begin_forward(*start, from);
+        forward_->set_magnitude(tempo.rate());
+    }
+    followed_ = tempo;
+    const std::lock_guard lock{mutex_};
+    run_rate_ = tempo.rate();
+}
+
+void FilePlayer::begin_other(Position from, const Tempo& tempo) {
+    std::size_t picture_bytes = 0;
+    {
+        const std::lock_guard lock{mutex_};
+        ++pictures_->generation;
+        pictures_->clock.anchor(from, 0.0, SteadyClock::now());
+        run_begun_ = false;
+        rest_ = Rest::none;
+        picture_bytes = shown_bytes_;
+    }
+    board_.update([](PlaybackFacts& facts, PlaybackCounters&) {
+        facts.at_end = false;
+        facts.at_start = false;
+    });
     pictures_->pictures.clear();
     sounds_->clear();
     hooks_.discard_sound();
-    feed_->seek(point);
-    video_.restart(target);
-    sound_.restart(target);
-    started_at_ = point;
-    target_ = target;
-    run_offered_ = false;
-    tracks_finished_ = false;
-    last_offered_.reset();
-}
-
-bool FilePlayer::sound_only() const {
-    return approach_ == Approach::sound_only || (feed_->selection() && !feed_->selection()->video);
-}
-
-bool FilePlayer::work() {
-    if (offer_pictures() || offer_sounds()) {
-        return true;
-    }
-    if (approach_ == Approach::sound_only) {
-        while (feed_->take_video()) {
-            // A stream that cannot be decoded must not fill the memory.
-        }
-    } else if (video_.ready().empty()) {
-        if (auto unit = feed_->take_video()) {
-            video_.decode(std::move(*unit));
-            update_facts();
-            return true;
-        }
-    }
-    if (sound_.ready().empty()) {
-        if (auto unit = feed_->take_sound()) {
-            sound_.decode(std::move(*unit));
-            return true;
-        }
-    }
-    if (!run_offered_ && !started_at_ && feed_->offset() > longest_search) {
-        try_next_approach();
-        return true;
-    }
-    if (needs_more()) {
-        return feed_->read_more();
-    }
-    return finish_tracks();
-}
-
-bool FilePlayer::needs_more() const {
-    if (feed_->at_end()) {
-        return false;
-    }
-    const bool wants_pictures = !sound_only() && video_.ready().empty();
-    const bool has_sound = feed_->selection() && feed_->selection()->audio;
-    const bool wants_sound = has_sound && sound_.ready().empty();
-    return (wants_pictures && feed_->waiting_bytes() < most_waiting_for_pictures) ||
-           (wants_sound && feed_->waiting_bytes() < most_waiting_for_sound);
-}
-
-void FilePlayer::offer_preview(Picture picture) {
-    picture.generation = pictures_->generation.load();
-    if (pictures_->pictures.try_push(std::move(picture))) {
-        set_readiness(Readiness::ready);
-    }
-}
-
-bool FilePlayer::offer_pictures() {
-    auto& ready = video_.ready();
-    bool offered = false;
-    while (!ready.empty() && !pictures_->pictures.full()) {
-        Picture& picture = ready.front();
-        if (!run_offered_ && step_back_from(picture)) {
-            return true;
-        }
-        picture.generation = pictures_->generation.load();
-        picture.begins_run = !run_offered_;
-        const Position position = picture.position;
-        if (!pictures_->pictures.try_push(std::move(picture))) {
-            break;
-        }
-        ready.pop_front();
-        offered = true;
-        set_readiness(Readiness::ready);
-        run_offered_ = true;
-        last_offered_ = position;
-        const PlayClock clock = pictures_->clock.snapshot();
-        video_.set_hurry(clock.running() && clock.position(SteadyClock::now()) - position > late_picture);
-    }
-    return offered;
-}
-
-/// An access point that did not serve, such as in damaged data or before a refresh is complete, shows itself
-/// by a first picture behind the target: decoding begins at an earlier one then.
-bool FilePlayer::step_back_from(const Picture& first) {
-    return first.position > target_ + feed_->unit_duration() * 3 / 2 && step_back();
-}
-
-bool FilePlayer::step_back() {
-    if (!started_at_ || steps_back_ >= most_steps_back || !index_->covers(target_)) {
-        return false;
-    }
-    const auto earlier = index_->find(target_, started_at_->offset);
-    if (!earlier || earlier->offset >= started_at_->offset) {
-        return false;
-    }
-    ++steps_back_;
-    restart_tracks(earlier, target_);
-    return true;
-}
-
-bool FilePlayer::offer_sounds() {
-    auto& ready = sound_.ready();
-    bool offered = false;
-    while (!ready.empty() && !sounds_->full()) {
-        const Position position = ready.front().position;
-        if (!sounds_->try_push(std::move(ready.front()))) {
-            break;
-        }
-        ready.pop_front();
-        offered = true;
-        if (sound_only() && !run_offered_) {
-            begin_run_with_sound(position);
-        }
-    }
-    return offered;
-}
-
-void FilePlayer::begin_run_with_sound(Position position) {
-    run_offered_ = true;
-    {
-        const std::lock_guard lock{mutex_};
-        pictures_->clock.anchor(position, paused_ ? 0.0 : 1.0, SteadyClock::now());
-        run_begun_ = true;
-    }
-    update_facts();
-    set_readiness(Readiness::ready);
-}
-
-/// @return false when everything was brought out before
-bool FilePlayer::finish_tracks() {
-    // Without a picture the clock stands still and sound waits for ever: that is no reason to wait for it.
-    const bool waits_for_sound = feed_->has_sound() && (run_offered_ || sound_.ready().empty());
-    if (!feed_->at_end() || feed_->has_video() || waits_for_sound || tracks_finished_) {
-        return false;
-    }
-    tracks_finished_ = true;
-    video_.finish();
-    update_facts();
-    if (run_offered_ || !video_.ready().empty() || (sound_only() && !sound_.ready().empty())) {
-        return true;
-    }
-    if (auto last = video_.take_last_unwanted()) {
-        // The jump went behind the last picture: that one stays on the screen.
-        video_.ready().push_back(std::move(*last));
-        return true;
-    }
-    if (step_back()) {
-        return true;
-    }
-    if (started_at_) {
-        end_at_target();
+    if (tempo.is_fast()) {
+        const auto direction = tempo.is_reverse() ? KeyRun::Direction::reverse : KeyRun::Direction::forward;
+        other_ = std::make_unique<KeyRun>(source_, *points_, make_outlet(), direction, from);
     } else {
-        try_next_approach();
+        const ReverseRun::Stream stream{forward_->feed().unit_duration(), picture_bytes,
+                                        forward_->video().shares()};
+        other_ =
+            std::make_unique<ReverseRun>(source_, *points_, make_outlet(), stream, from, [this] { wake(); });
     }
-    return true;
+    other_->set_magnitude(std::abs(tempo.rate()));
 }
 
-/// Nothing behind the target can be shown: as if the file ended there.
-void FilePlayer::end_at_target() {
-    {
-        const std::lock_guard lock{mutex_};
-        ended_ = true;
-        pictures_->clock.anchor(target_, 0.0, SteadyClock::now());
-    }
-    board_.update([](PlaybackFacts& facts, PlaybackCounters&) { facts.at_end = true; });
-}
-
-void FilePlayer::try_next_approach() {
-    if (approach_ == Approach::from_access_point && feed_->selection() && feed_->selection()->video) {
-        approach_ = Approach::from_anywhere;
-        video_ = VideoTrack{};
-        video_.accept_damaged_start();
-        log_incident("file", "start", setup_.latin1_path + ": no access point, decoding begins without one");
-    } else if (approach_ != Approach::sound_only && feed_->selection() && feed_->selection()->audio) {
-        approach_ = Approach::sound_only;
-        log_incident("file", "start", setup_.latin1_path + ": no picture can be decoded, only sound plays");
-    } else {
-        throw UnplayableFile{"has no picture or sound that can be decoded"};
-    }
-    restart_tracks(std::nullopt, target_);
-}
-
-std::optional<Position> FilePlayer::end_position() const {
-    if (!feed_->at_end() || !tracks_finished_ || !video_.ready().empty() || !sound_.ready().empty()) {
-        return std::nullopt;
-    }
-    return last_offered_ ? *last_offered_ + feed_->unit_duration() : sound_.end();
-}
-
-void FilePlayer::check_end() {
-    const auto end = end_position();
-    if (!end) {
+void FilePlayer::check_limit() {
+    const auto limit = active().limit();
+    if (!limit) {
         return;
     }
+    const auto offered = active().last_offered();
     {
         const std::lock_guard lock{mutex_};
-        const bool is_over = run_begun_ && !ended_ && !paused_ &&
-                             (!last_offered_ || last_shown_ == last_offered_) &&
-                             pictures_->clock.snapshot().position(SteadyClock::now()) >= *end;
-        if (!is_over) {
+        const bool is_shown = !offered || (run_begun_ && last_shown_ == offered);
+        if (rest_ != Rest::none || tempo_.is_paused() || !is_shown) {
             return;
         }
-        ended_ = true;
-        pictures_->clock.anchor(*end, 0.0, SteadyClock::now());
+        if (!other_ && (!run_begun_ || pictures_->clock.snapshot().position(SteadyClock::now()) < *limit)) {
+            return;
+        }
     }
-    board_.update([](PlaybackFacts& facts, PlaybackCounters&) { facts.at_end = true; });
+    if (!other_) {
+        rest(Rest::at_end, *limit);
+    } else if (followed_.is_reverse()) {
+        rest(Rest::at_start, *limit);
+    } else {
+        const Position last = points_->extent().last_picture;
+        if (const auto start = points_->find(last)) {
+            is_finishing_ = true;
+            begin_forward(*start, last);
+            wake();
+        }
+    }
+}
+
+void FilePlayer::rest(Rest rest, Position at) {
+    {
+        const std::lock_guard lock{mutex_};
+        rest_ = rest;
+        pictures_->clock.anchor(at, 0.0, SteadyClock::now());
+    }
+    board_.update([&](PlaybackFacts& facts, PlaybackCounters&) {
+        facts.at_end = rest == Rest::at_end;
+        facts.at_start = rest == Rest::at_start;
+    });
 }
 
 void FilePlayer::update_facts() {
-    const auto& selection = feed_->selection();
+    const StreamFeed& feed = forward_->feed();
+    const VideoTrack& video = forward_->video();
+    const auto& selection = feed.selection();
     board_.update([&](PlaybackFacts& facts, PlaybackCounters& counters) {
-        facts.frame_rate = sound_only() ? 0 : feed_->meter().units_per_second();
-        facts.bitrate = feed_->meter().kilobits_per_second();
-        facts.video_codec = video_.codec();
-        sound_.report(facts);
+        facts.frame_rate = forward_->sound_only() ? 0 : feed.meter().units_per_second();
+        facts.bitrate = feed.meter().kilobits_per_second();
+        facts.video_codec = video.codec();
+        forward_->sound().report(facts);
         facts.data_codec = selection && selection->data ? selection->data->codec : AV_CODEC_ID_NONE;
-        counters.decoded_pictures = video_.decoded();
-        counters.errors = video_.errors() + sound_.errors() + feed_->continuity_errors();
-        counters.data_units = feed_->data_units();
+        counters.decoded_pictures = video.decoded();
+        counters.errors = video.errors() + forward_->sound().errors() + feed.continuity_errors();
+        counters.data_units = feed.data_units();
     });
 }
 

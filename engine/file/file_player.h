@@ -2,12 +2,12 @@
 #pragma once
 
 #include "file/file_source.h"
+#include "file/forward_run.h"
+#include "file/play_run.h"
 #include "file/playback_board.h"
-#include "file/sound_track.h"
-#include "file/stream_feed.h"
-#include "file/video_track.h"
-#include "index/access_point_index.h"
-#include "index/bisector.h"
+#include "file/tag_list.h"
+#include "file/tempo.h"
+#include "index/access_point_finder.h"
 #include "index/index_scanner.h"
 #include "media/timeline.h"
 #include "present/picture_source.h"
@@ -25,11 +25,14 @@ namespace velmora {
 
 /// Owns the player thread, from open to stop, and the index scanner. The commands return at once: the newest
 /// of each kind wins.
+///
+/// Every jump is made by a forward run, which shows exactly the picture asked for; from there another run
+/// takes over where the tempo asks for it.
 class FilePlayer {
 public:
     struct Setup {
         std::string latin1_path;
-        bool paused{false}; ///< show the first picture and wait
+        Tempo tempo; ///< reverse begins at the end; in pause the first picture is shown
     };
     /// What the player needs of its surroundings; called on its thread.
     struct Hooks {
@@ -52,7 +55,13 @@ public:
     void stop();
 
     void seek(Position target);
-    void set_paused(bool paused);
+    /// In pause the direction stays what it was.
+    void set_tempo(Tempo tempo);
+
+    /// Marks the second that is shown.
+    void mark();
+    /// The marked second of this number, in order.
+    std::optional<int> tag(int index) const;
 
     /// Fills the parts of `info` that belong to file playback; never waits for the player.
     void report(velmora_info_t& info) const;
@@ -65,32 +74,28 @@ public:
 
 private:
     enum class Readiness { pending, ready, failed };
-    /// What is tried, in this order, until something can be shown or heard.
-    enum class Approach { from_access_point, from_anywhere, sound_only };
+    /// How playing came to rest.
+    enum class Rest { none, at_end, at_start };
 
+    RunOutlet make_outlet();
     void run(const std::stop_token& stop);
     void wait_for_work(const std::stop_token& stop);
     bool take_commands();
-    void begin_seek(Position wanted, Position target, const std::optional<AccessPoint>& point);
-    std::optional<AccessPoint> find_unscanned(Position target);
-    void restart_tracks(const std::optional<AccessPoint>& point, Position target);
-    bool work();
-    void offer_preview(Picture picture);
-    bool offer_pictures();
-    bool offer_sounds();
-    bool needs_more() const;
-    bool step_back_from(const Picture& first);
-    bool step_back();
-    bool finish_tracks();
-    void end_at_target();
-    void try_next_approach();
-    bool sound_only() const;
-    void begin_run_with_sound(Position position);
-    std::optional<Position> end_position() const;
-    void check_end();
+    bool seek_if_wanted();
+    std::optional<Position> target_of(Position wanted) const;
+    void begin_forward(const DecodingStart& start, Position target);
+    void follow_tempo();
+    void turn(Position from, const Tempo& tempo);
+    void begin_other(Position from, const Tempo& tempo);
+    void set_clock_rate(double rate);
+    PlayRun& active() const;
+    bool is_suited(const Tempo& tempo) const;
+    void check_limit();
+    void rest(Rest rest, Position at);
     void update_facts();
     void set_readiness(Readiness readiness);
     void picture_shown(const Picture& picture);
+    void sound_begins(Position position);
     void wake();
 
     const Setup setup_;
@@ -102,28 +107,24 @@ private:
 
     // The player thread only, once it runs:
     std::shared_ptr<const FileSource> source_;
-    std::unique_ptr<StreamFeed> feed_;
-    std::unique_ptr<Bisector> bisector_;
-    std::optional<Position> not_bisected_; ///< a target that waits for the scan
-    VideoTrack video_;
-    SoundTrack sound_;
-    Approach approach_{Approach::from_access_point};
-    std::optional<AccessPoint> started_at_; ///< where decoding of the present run began
-    Position target_{};                     ///< first position that the present run wants
-    int steps_back_{0};
-    bool run_offered_{false}; ///< the present run has offered its first picture or sound
-    bool tracks_finished_{false};
-    std::optional<Position> last_offered_; ///< picture
+    std::unique_ptr<AccessPointFinder> points_;
+    std::unique_ptr<ForwardRun> forward_;
+    std::unique_ptr<PlayRun> other_; ///< runs instead of forward_
+    Tempo followed_;                 ///< the tempo that the active run knows of
+    bool is_finishing_{false};       ///< the last picture is brought up after the key pictures
 
     mutable std::mutex mutex_;
     std::condition_variable_any changed_;
     // Protected by mutex_:
+    std::unique_ptr<TagList> tags_;
     std::optional<Position> wanted_position_;
     Readiness readiness_{Readiness::pending};
-    std::optional<Position> last_shown_;
-    bool paused_;
-    bool run_begun_{false}; ///< the clock follows the present run
-    bool ended_{false};
+    std::optional<Position> last_shown_; ///< since the last jump
+    std::size_t shown_bytes_{0};         ///< of the decoded picture shown last
+    Tempo tempo_;
+    double run_rate_{1.0};  ///< of the active run, when it is not paused
+    bool run_begun_{false}; ///< the clock follows the active run
+    Rest rest_{Rest::none};
     bool woken_{false};
 
     std::unique_ptr<IndexScanner> scanner_;

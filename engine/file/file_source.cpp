@@ -7,6 +7,7 @@
 #include <string_view>
 #include <sys/stat.h>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 namespace velmora {
@@ -33,14 +34,20 @@ std::string error_text(int error) {
     return std::generic_category().message(error);
 }
 
-FileDescriptor open_file(const std::string& latin1_path) {
+struct OpenedFile {
+    std::string path;
+    FileDescriptor descriptor;
+};
+
+OpenedFile open_file(const std::string& latin1_path) {
     // O_NONBLOCK: opening a FIFO without a writer must not wait; regular files ignore it.
     constexpr int flags = O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY;
-    FileDescriptor file{::open(latin1_path.c_str(), flags)};
-    if (!file && errno == ENOENT) {
-        file = FileDescriptor{::open(latin1_to_utf8(latin1_path).c_str(), flags)};
+    OpenedFile file{latin1_path, FileDescriptor{::open(latin1_path.c_str(), flags)}};
+    if (!file.descriptor && errno == ENOENT) {
+        file.path = latin1_to_utf8(latin1_path);
+        file.descriptor = FileDescriptor{::open(file.path.c_str(), flags)};
     }
-    if (!file) {
+    if (!file.descriptor) {
         throw UnplayableFile{"cannot be opened: " + error_text(errno)};
     }
     return file;
@@ -64,7 +71,10 @@ void require_regular_file(const FileDescriptor& file) {
 
 } // namespace
 
-FileSource::FileSource(const std::string& latin1_path) : file_{open_file(latin1_path)} {
+FileSource::FileSource(const std::string& latin1_path) {
+    auto [path, descriptor] = open_file(latin1_path);
+    path_ = std::move(path);
+    file_ = std::move(descriptor);
     require_regular_file(file_);
     std::vector<std::uint8_t> head(probe_size);
     head.resize(read(0, head));

@@ -32,8 +32,11 @@ public:
     /// Current size, bytes.
     std::uint64_t size() const;
     const PacketLayout& layout() const { return layout_; }
+    /// The name that the file was found by.
+    const std::string& path() const { return path_; }
 
 private:
+    std::string path_;
     FileDescriptor file_;
     PacketLayout layout_;
 };

@@ -25,7 +25,10 @@ std::int32_t state_of(const PlaybackFacts& facts) {
     if (facts.at_end) {
         return PLAYRE_STATUS_EOF;
     }
-    return facts.paused ? PLAYRE_STATUS_PAUSING : PLAYRE_STATUS_PLAYING;
+    if (facts.at_start) {
+        return PLAYRE_STATUS_SOF;
+    }
+    return facts.tempo.is_paused() ? PLAYRE_STATUS_PAUSING : PLAYRE_STATUS_PLAYING;
 }
 
 } // namespace
@@ -36,10 +39,11 @@ void PlaybackBoard::report(velmora_info_t& info, Position position, Ticks length
     player.state = state_of(facts_);
     const Ticks elapsed = facts_.at_end ? length : position.time_since_epoch();
     player.second = whole_seconds(std::clamp(elapsed, Ticks{0}, std::max(Ticks{0}, length)));
-    player.direction = PLAYER_DIR_FORWARD;
-    player.speed = facts_.paused ? PLAYER_SPD_PAUSE : PLAYER_SPD_NORMAL;
+    player.direction = facts_.tempo.direction;
+    player.speed = facts_.tempo.speed;
     player.total_second = whole_seconds(length);
     player.eof = facts_.at_end ? 1 : 0;
+    player.sof = facts_.at_start ? 1 : 0;
     const std::size_t path_size = std::min(path_.size(), sizeof player.full_file_name - 1);
     std::memcpy(player.full_file_name, path_.data(), path_size);
     player.full_file_name[path_size] = '\0';

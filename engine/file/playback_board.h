@@ -2,6 +2,7 @@
 #pragma once
 
 #include "decode/picture_size.h"
+#include "file/tempo.h"
 #include "media/timeline.h"
 #include "velmoraapi.h"
 
@@ -14,8 +15,9 @@ namespace velmora {
 /// Facts of the playback, each updated by the player's own threads.
 struct PlaybackFacts {
     bool running{false}; ///< the first picture or sound is there
-    bool paused{false};
+    Tempo tempo;
     bool at_end{false};
+    bool at_start{false};          ///< reverse play has reached the beginning
     PictureSize picture;           ///< shown last, square pixels
     std::int32_t frame_rate{0};    ///< pictures per second of the stream, measured
     std::int32_t bitrate{0};       ///< kbit/s over the last second of the stream

@@ -26,7 +26,7 @@ bool VideoTrack::begin_stream(const QueuedVideo& queued) {
         log_incident("video", "decoder", std::string{error.what()} + ", pictures left out");
         return false;
     }
-    decoder_->set_hurry(hurry_);
+    decoder_->set_skip(skip_);
     if (accepts_damaged_start_) {
         decoder_->accept_damaged_start();
     }
@@ -83,11 +83,10 @@ void VideoTrack::restart(Position wanted_from) {
     awaits_access_point_ = true;
 }
 
-void VideoTrack::set_hurry(bool hurry) {
-    hurry_ = hurry;
-    deinterlacer_.set_enabled(!hurry);
+void VideoTrack::set_skip(AVDiscard skip) {
+    skip_ = skip;
     if (decoder_) {
-        decoder_->set_hurry(hurry);
+        decoder_->set_skip(skip);
     }
 }
 

@@ -27,8 +27,10 @@ public:
     void preview_first(std::function<void(Picture)> on_preview) { on_preview_ = std::move(on_preview); }
     /// Decodes from the first unit on, access point or not.
     void accept_damaged_start() { accepts_damaged_start_ = true; }
-    /// The machine is late: leave out what can be left out.
-    void set_hurry(bool hurry);
+    /// Leaves out pictures of these classes.
+    void set_skip(AVDiscard skip);
+    /// Interlaced pictures are deinterlaced, or left combed on a late machine.
+    void set_deinterlacing(bool enabled) { deinterlacer_.set_enabled(enabled); }
 
     /// Pictures in display order, oldest first; the owner takes them.
     std::deque<Picture>& ready() { return ready_; }
@@ -37,6 +39,8 @@ public:
     std::optional<Picture> take_last_unwanted();
 
     AVCodecID codec() const { return decoder_ ? decoder_->codec_id() : AV_CODEC_ID_NONE; }
+    /// What the stream's latest pictures are made of.
+    PictureClassShares shares() const { return decoder_ ? decoder_->shares() : PictureClassShares{}; }
     std::uint64_t decoded() const { return decoded_; }
     std::uint64_t errors() const { return past_errors_ + (decoder_ ? decoder_->errors() : 0); }
 
@@ -60,7 +64,7 @@ private:
     std::uint64_t past_errors_{0};
     bool awaits_access_point_{true};
     bool accepts_damaged_start_{false};
-    bool hurry_{false};
+    AVDiscard skip_{AVDISCARD_DEFAULT};
 };
 
 } // namespace velmora

@@ -41,6 +41,12 @@ std::optional<AccessPoint> AccessPointIndex::find(Position target,
     return limit == points_.begin() ? std::nullopt : std::optional{points_.front()};
 }
 
+std::optional<AccessPoint> AccessPointIndex::find_next(Position from) const {
+    const std::lock_guard lock{mutex_};
+    const auto next = std::ranges::lower_bound(points_, from, {}, &AccessPoint::presentation);
+    return next == points_.end() ? std::nullopt : std::optional{*next};
+}
+
 bool AccessPointIndex::covers(Position target) const {
     const std::lock_guard lock{mutex_};
     return extent_.complete || (!points_.empty() && target < points_.back().clean_from);

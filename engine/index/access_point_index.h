@@ -47,6 +47,8 @@ public:
     /// @param before only points in front of this byte offset, to step back from one that did not serve
     std::optional<AccessPoint> find(Position target,
                                     std::optional<std::uint64_t> before = std::nullopt) const;
+    /// The first access point whose picture stands at or behind `from`, if one is known.
+    std::optional<AccessPoint> find_next(Position from) const;
     /// The index reaches beyond `target`, or is complete.
     bool covers(Position target) const;
     std::size_t size() const;

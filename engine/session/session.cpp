@@ -17,6 +17,17 @@ std::string text_of(const char* field, std::size_t size) {
     return {field, ::strnlen(field, size)};
 }
 
+/// @return nothing, and a line for the developer, when there is no such direction or speed
+std::optional<Tempo> tempo_of(int direction, int speed) {
+    if (!is_direction(direction) || !is_speed(speed)) {
+        log_incident("session", "tempo",
+                     "there is no speed " + std::to_string(speed) + " in direction " +
+                         std::to_string(direction) + ", ignored");
+        return std::nullopt;
+    }
+    return Tempo{direction, speed};
+}
+
 } // namespace
 
 Session::~Session() {
@@ -62,11 +73,8 @@ int Session::start_playback() {
             return -1;
         }
         const playback_setup_t& setup = *playback_setup_;
-        if (setup.direction != PLAYER_DIR_FORWARD || setup.speed > PLAYER_SPD_NORMAL) {
-            log_incident("session", "trick", "only forward play at normal speed is available, plays so");
-        }
-        FilePlayer::Setup file{text_of(setup.file_name, sizeof setup.file_name),
-                               setup.speed == PLAYER_SPD_PAUSE};
+        const auto tempo = tempo_of(setup.direction, setup.speed);
+        FilePlayer::Setup file{text_of(setup.file_name, sizeof setup.file_name), tempo.value_or(Tempo{})};
         player = std::make_shared<FilePlayer>(
             std::move(file), FilePlayer::Hooks{[this] { presenter_.wake(); }, [this] { audio_.discard(); }});
         previous = std::exchange(player_, player);
@@ -168,6 +176,11 @@ void Session::handle_event(const playback_event_t& event) {
     case UPDATE_EVENT:
         update_playback(event);
         break;
+    case PLAYBACK_TAG_EVENT:
+        if (player) {
+            player->mark();
+        }
+        break;
     default:
         log_incident("session", "event",
                      "events of type " + std::to_string(event.event_type) + " are not available, ignored");
@@ -175,19 +188,18 @@ void Session::handle_event(const playback_event_t& event) {
     }
 }
 
+std::optional<int> Session::tag(int index) const {
+    const auto player = this->player();
+    return player ? player->tag(index) : std::nullopt;
+}
+
 void Session::update_playback(const playback_event_t& event) {
     const auto player = this->player();
     if (!player) {
         return;
     }
-    if (event.speed == PLAYER_SPD_PAUSE) {
-        player->set_paused(true);
-    } else if (event.dir == PLAYER_DIR_FORWARD && event.speed == PLAYER_SPD_NORMAL) {
-        player->set_paused(false);
-    } else {
-        log_incident("session", "trick",
-                     "speed " + std::to_string(event.speed) + " in direction " + std::to_string(event.dir) +
-                         " is not available, plays on as it was");
+    if (const auto tempo = tempo_of(event.dir, event.speed)) {
+        player->set_tempo(*tempo);
     }
 }
 

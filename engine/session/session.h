@@ -34,6 +34,8 @@ public:
     /// Gives the display to file playback (true) or live view.
     void switch_display(bool to_playback);
     void handle_event(const playback_event_t& event);
+    /// Position of a tag of the played file, seconds; nothing behind the last one.
+    std::optional<int> tag(int index) const;
     void report(velmora_info_t& info, bool reset);
 
 private:

@@ -21,7 +21,7 @@ protected:
     }
     QImage shown_picture() { return video()->pixmap(Qt::ReturnByValue).toImage(); }
     QSize video_size() { return video()->size(); }
-    bool wait_for_colour(QColor colour) {
+    bool wait_for_colour(const QColor& colour) {
         return QTest::qWaitFor(
             [&] {
                 const QImage picture = shown_picture();
@@ -33,7 +33,7 @@ protected:
         return engine().push_picture(picture.width(), picture.height(), pitch, picture.constBits());
     }
     /// A picture of one colour whose rows have `pitch` bytes.
-    static std::vector<std::uint8_t> filled(int height, int pitch, QColor colour) {
+    static std::vector<std::uint8_t> filled(int height, int pitch, const QColor& colour) {
         std::vector<std::uint8_t> bytes(static_cast<std::size_t>(pitch) * static_cast<std::size_t>(height));
         for (int y = 0; y < height; ++y) {
             for (int x = 0; 3 * x + 2 < pitch; ++x) {
@@ -45,7 +45,7 @@ protected:
         }
         return bytes;
     }
-    bool push_colour(int width, int height, QColor colour) {
+    bool push_colour(int width, int height, const QColor& colour) {
         const int pitch = (3 * width + 3) / 4 * 4;
         return engine().push_picture(width, height, pitch, filled(height, pitch, colour).data());
     }
@@ -92,7 +92,8 @@ TEST_P(PitchTest, KeepsRowsStraight) {
         auto bytes = filled(height, pitch, Qt::black);
         for (int y = 0; y < height; ++y) {
             for (int colour = 0; colour < 3; ++colour) { // a white column on the left
-                bytes[static_cast<std::size_t>(y * pitch + colour)] = 255;
+                bytes[static_cast<std::size_t>(y) * static_cast<std::size_t>(pitch) +
+                      static_cast<std::size_t>(colour)] = 255;
             }
         }
         ASSERT_TRUE(engine().push_picture(width, height, pitch, bytes.data()));

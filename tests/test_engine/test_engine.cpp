@@ -213,7 +213,6 @@ bool push_picture(int width, int height, int pitch, const void* bitmap) {
 
 extern "C" {
 
-#ifndef TEST_ENGINE_WITHOUT_TABLE
 extern const velmora_t m_velmora;
 const velmora_t m_velmora = {
     close_session,
@@ -236,7 +235,6 @@ const velmora_t m_velmora = {
     set_event,
     get_tag_by_i,
 };
-#endif
 
 extern const velmora_ext_t m_velmora_ext;
 const velmora_ext_t m_velmora_ext = {sizeof(velmora_ext_t), set_volume, set_display_size};

@@ -141,7 +141,8 @@ TEST_P(Scaling, ShowsTheSamePlacesInAnotherSize) {
         const int y = std::min(size.height * eighth / 8, size.height - 1);
         const auto expected =
             textbook_rgb(*frame, (2 * x + 1) * 320 / size.width, (2 * y + 1) * 180 / size.height);
-        const auto at = static_cast<std::size_t>(y * scaled.pitch + 3 * x);
+        const auto at = static_cast<std::size_t>(y) * static_cast<std::size_t>(scaled.pitch) +
+                        static_cast<std::size_t>(3 * x);
         for (std::size_t i = 0; i < 3; ++i) {
             EXPECT_NEAR(scaled.bytes[at + i], expected[i], 5) << x << ", " << y;
         }

@@ -37,16 +37,17 @@ void EngineUnderTest::close() {
     }
 }
 
-int EngineUnderTest::play(const std::filesystem::path& file, int speed) {
+int EngineUnderTest::play(const std::filesystem::path& file, int speed, int direction) {
     playback_setup_t setup{};
     std::strncpy(setup.file_name, file.c_str(), sizeof setup.file_name - 1);
     setup.speed = speed;
+    setup.direction = direction;
     table().Velmora_set_playback_param(handle_, setup);
     return table().Velmora_start(handle_, 1);
 }
 
-void EngineUnderTest::update(int speed) {
-    table().Velmora_set_event(handle_, playback_event_t{UPDATE_EVENT, 0, PLAYER_DIR_FORWARD, speed});
+void EngineUnderTest::set_tempo(int direction, int speed) {
+    table().Velmora_set_event(handle_, playback_event_t{UPDATE_EVENT, 0, direction, speed});
 }
 
 void EngineUnderTest::seek(int second) {

@@ -55,9 +55,12 @@ public:
 
     /// Sets the file and starts it.
     /// @return the result of Velmora_start
-    int play(const std::filesystem::path& file, int speed = PLAYER_SPD_NORMAL);
-    void pause() { update(PLAYER_SPD_PAUSE); }
-    void resume() { update(PLAYER_SPD_NORMAL); }
+    int play(const std::filesystem::path& file, int speed = PLAYER_SPD_NORMAL,
+             int direction = PLAYER_DIR_FORWARD);
+    void set_tempo(int direction, int speed);
+    void pause() { set_tempo(PLAYER_DIR_FORWARD, PLAYER_SPD_PAUSE); }
+    /// Forward at normal speed.
+    void resume() { set_tempo(PLAYER_DIR_FORWARD, PLAYER_SPD_NORMAL); }
     void seek(int second);
     void stop() { table().Velmora_stop(handle_, 1); }
     void close();
@@ -81,7 +84,6 @@ public:
 private:
     static void overlay(void* self, int channel, unsigned int format, int width, int height, int pitch,
                         void* bitmap, void* extension);
-    void update(int speed);
 
     const EngineLibrary& library_;
     velmora_handle_t handle_{0};

@@ -1,0 +1,94 @@
+#include "decode/picture_class.h"
+
+#include <cstddef>
+#include <numeric>
+#include <optional>
+
+namespace velmora {
+
+namespace {
+
+/// Enough to know the structure of most streams; older pictures weigh less and less.
+constexpr int enough_to_judge = 12;
+constexpr int most_counted = 256;
+
+/// The first byte of the first slice's NAL unit.
+std::optional<unsigned> first_slice_header(AVCodecID codec, std::span<const std::uint8_t> unit) {
+    for (std::size_t at = 0; at + 3 < unit.size(); ++at) {
+        if (unit[at] != 0 || unit[at + 1] != 0 || unit[at + 2] != 1) {
+            continue;
+        }
+        const unsigned header = unit[at + 3];
+        const unsigned type = codec == AV_CODEC_ID_H264 ? header & 0x1FU : header >> 1U & 0x3FU;
+        const bool is_slice = codec == AV_CODEC_ID_H264 ? type >= 1 && type <= 5 : type < 32;
+        if (is_slice) {
+            return header;
+        }
+        at += 3;
+    }
+    return std::nullopt;
+}
+
+bool is_disposable(AVCodecID codec, int picture_type, std::span<const std::uint8_t> unit) {
+    if (codec == AV_CODEC_ID_MPEG2VIDEO) {
+        return picture_type == AV_PICTURE_TYPE_B;
+    }
+    const auto header = first_slice_header(codec, unit);
+    if (!header) {
+        return false;
+    }
+    if (codec == AV_CODEC_ID_H264) {
+        return (*header >> 5U & 3U) == 0; // nal_ref_idc, ITU-T H.264 7.4.1
+    }
+    const unsigned type = *header >> 1U & 0x3FU;
+    return type < 16 && type % 2 == 0; // sub-layer non-reference, ITU-T H.265 7.4.2.2
+}
+
+} // namespace
+
+PictureClass picture_class(AVCodecID codec, const AVCodecParserContext& parser,
+                           std::span<const std::uint8_t> unit) {
+    if (parser.key_frame == 1 || parser.pict_type == AV_PICTURE_TYPE_I) {
+        return PictureClass::key;
+    }
+    if (is_disposable(codec, parser.pict_type, unit)) {
+        return PictureClass::disposable;
+    }
+    return parser.pict_type == AV_PICTURE_TYPE_B ? PictureClass::two_way_reference : PictureClass::reference;
+}
+
+void PictureClassShares::count(PictureClass kind) {
+    ++counts_[static_cast<std::size_t>(kind)];
+    if (std::accumulate(counts_.begin(), counts_.end(), 0) >= most_counted) {
+        for (int& count : counts_) {
+            count /= 2;
+        }
+    }
+}
+
+double PictureClassShares::kept(AVDiscard skip) const {
+    const int all = std::accumulate(counts_.begin(), counts_.end(), 0);
+    if (all < enough_to_judge || skip < AVDISCARD_NONREF) {
+        return 1.0;
+    }
+    const auto of = [&](PictureClass kind) { return counts_[static_cast<std::size_t>(kind)]; };
+    int kept = of(PictureClass::key);
+    if (skip < AVDISCARD_NONKEY) {
+        kept += of(PictureClass::reference);
+    }
+    if (skip < AVDISCARD_BIDIR) {
+        kept += of(PictureClass::two_way_reference);
+    }
+    return static_cast<double>(kept) / all;
+}
+
+AVDiscard PictureClassShares::skip_for(double rate) const {
+    for (const AVDiscard skip : {AVDISCARD_NONKEY, AVDISCARD_BIDIR, AVDISCARD_NONREF}) {
+        if (rate > 1.0 && rate * kept(skip) >= 1.0 && kept(skip) < 1.0) {
+            return skip;
+        }
+    }
+    return AVDISCARD_DEFAULT;
+}
+
+} // namespace velmora

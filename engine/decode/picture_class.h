@@ -1,0 +1,40 @@
+// What other pictures need a coded picture for: which ones can be left out to play faster.
+#pragma once
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+}
+
+#include <array>
+#include <cstdint>
+#include <span>
+
+namespace velmora {
+
+enum class PictureClass {
+    key,               ///< decoding can begin with it
+    reference,         ///< predicted from the past, others need it
+    two_way_reference, ///< predicted from both sides, others need it
+    disposable         ///< no other picture needs it
+};
+
+/// @param parser as it stands behind the unit
+/// @param unit a whole access unit of H.264, HEVC or MPEG-2 video
+PictureClass picture_class(AVCodecID codec, const AVCodecParserContext& parser,
+                           std::span<const std::uint8_t> unit);
+
+/// Counts the classes of a stream's latest pictures.
+class PictureClassShares {
+public:
+    void count(PictureClass kind);
+    /// Share of the pictures that decoding with this skip level keeps, 0 to 1; 1 as long as little is known.
+    double kept(AVDiscard skip) const;
+    /// The level that leaves out most and still keeps a picture for each one due at `rate` times the stream's
+    /// own pace.
+    AVDiscard skip_for(double rate) const;
+
+private:
+    std::array<int, 4> counts_{};
+};
+
+} // namespace velmora

@@ -1,0 +1,296 @@
+#include "file/forward_run.h"
+
+#include "diagnostics/log.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace velmora {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/// What may wait when one stream is far ahead of the other in the file, bytes.
+constexpr std::size_t most_waiting_for_pictures = std::size_t{16} << 20U;
+constexpr std::size_t most_waiting_for_sound = std::size_t{4} << 20U;
+/// How far to look for something playable, bytes.
+constexpr std::uint64_t longest_search = std::uint64_t{32} << 20U;
+constexpr int most_steps_back = 3;
+/// Real time behind the clock at which more is left out, and at which decoding goes on further ahead.
+constexpr std::chrono::duration<double> late_picture = 100ms;
+constexpr std::chrono::duration<double> lost_picture = 800ms;
+
+/// What a late machine leaves out, one step after the other.
+constexpr std::array<AVDiscard, 4> skip_when_late{AVDISCARD_DEFAULT, AVDISCARD_NONREF, AVDISCARD_BIDIR,
+                                                  AVDISCARD_NONKEY};
+
+} // namespace
+
+ForwardRun::ForwardRun(std::shared_ptr<const FileSource> source, AccessPointFinder& points, RunOutlet outlet,
+                       std::string name)
+    : points_{points}, outlet_{std::move(outlet)}, name_{std::move(name)}, feed_{std::move(source)} {}
+
+void ForwardRun::begin_with_preview() {
+    video_.preview_first([this](Picture picture) { offer_preview(std::move(picture)); });
+}
+
+void ForwardRun::begin(const DecodingStart& start, Position target) {
+    steps_back_ = 0;
+    restart(start, target);
+}
+
+void ForwardRun::restart(const DecodingStart& start, Position target) {
+    outlet_.pictures->pictures.clear();
+    outlet_.sounds->clear();
+    outlet_.discard_sound();
+    feed_.seek(start);
+    video_.restart(target);
+    sound_.restart(target);
+    spacing_.restart();
+    started_at_ = start;
+    target_ = target;
+    offered_ = false;
+    tracks_finished_ = false;
+    last_offered_.reset();
+}
+
+void ForwardRun::set_magnitude(double magnitude) {
+    const bool regains_sound = magnitude == 1.0 && magnitude_ > 1.0;
+    if (magnitude == 0.0) {
+        return; // what is decoded waits
+    }
+    magnitude_ = magnitude;
+    if (regains_sound) {
+        sound_.restart(last_offered_.value_or(target_));
+    }
+    lateness_ = 0;
+    choose_skip();
+}
+
+bool ForwardRun::sound_only() const {
+    return approach_ == Approach::sound_only || (feed_.selection() && !feed_.selection()->video);
+}
+
+/// At other speeds nothing is heard, but where there is nothing else, sound keeps the pace.
+bool ForwardRun::wants_sound() const {
+    return magnitude_ == 1.0 || sound_only();
+}
+
+bool ForwardRun::work() {
+    if (offer_pictures() || offer_sounds() || decode_video() || decode_sound()) {
+        return true;
+    }
+    if (!offered_ && !started_at_ && feed_.offset() > longest_search) {
+        try_next_approach();
+        return true;
+    }
+    if (needs_more()) {
+        return feed_.read_more();
+    }
+    return finish_tracks();
+}
+
+bool ForwardRun::decode_video() {
+    if (approach_ == Approach::sound_only) {
+        while (feed_.take_video()) {
+            // A stream that cannot be decoded must not fill the memory.
+        }
+        return false;
+    }
+    if (!video_.ready().empty()) {
+        return false;
+    }
+    auto unit = feed_.take_video();
+    if (unit) {
+        video_.decode(std::move(*unit));
+        outlet_.facts_changed();
+    }
+    return unit.has_value();
+}
+
+bool ForwardRun::decode_sound() {
+    if (!sound_.ready().empty()) {
+        return false;
+    }
+    auto unit = feed_.take_sound();
+    if (unit && wants_sound()) {
+        sound_.decode(std::move(*unit));
+    }
+    return unit.has_value();
+}
+
+bool ForwardRun::needs_more() const {
+    if (feed_.at_end()) {
+        return false;
+    }
+    const bool wants_pictures = !sound_only() && video_.ready().empty();
+    const bool has_sound = feed_.selection() && feed_.selection()->audio;
+    const bool lacks_sound = has_sound && sound_.ready().empty() && wants_sound();
+    return (wants_pictures && feed_.waiting_bytes() < most_waiting_for_pictures) ||
+           (lacks_sound && feed_.waiting_bytes() < most_waiting_for_sound);
+}
+
+void ForwardRun::offer_preview(Picture picture) {
+    picture.generation = outlet_.pictures->generation.load();
+    if (outlet_.pictures->pictures.try_push(std::move(picture))) {
+        outlet_.ready();
+    }
+}
+
+bool ForwardRun::offer_pictures() {
+    auto& ready = video_.ready();
+    auto& queue = outlet_.pictures->pictures;
+    bool offered = false;
+    while (!ready.empty() && !queue.full()) {
+        Picture& picture = ready.front();
+        if (!offered_ && step_back_from(picture)) {
+            return true;
+        }
+        const Position position = picture.position;
+        if (offered_ && !spacing_.admits(position)) {
+            ready.pop_front();
+            continue;
+        }
+        picture.generation = outlet_.pictures->generation.load();
+        picture.begins_run = !offered_;
+        if (!queue.try_push(std::move(picture))) {
+            break;
+        }
+        ready.pop_front();
+        offered = true;
+        offered_ = true;
+        last_offered_ = position;
+        outlet_.ready();
+        keep_up(position);
+    }
+    return offered;
+}
+
+/// Leaves out more while pictures come late, and goes on further ahead when that does not help.
+void ForwardRun::keep_up(Position position) {
+    const PlayClock clock = outlet_.pictures->clock.snapshot();
+    if (!clock.running()) {
+        return;
+    }
+    const auto behind = SteadyClock::now() - clock.due(position);
+    const int lateness = behind > late_picture ? std::min<int>(lateness_ + 1, skip_when_late.size() - 1) : 0;
+    if (lateness != lateness_) {
+        lateness_ = lateness;
+        video_.set_deinterlacing(lateness == 0);
+    }
+    choose_skip();
+    if (behind > lost_picture) {
+        const Position ahead = clock.position(SteadyClock::now());
+        const auto start = points_.find(ahead);
+        if (start && *start && (*start)->presentation > position) {
+            feed_.seek(*start);
+            video_.restart((*start)->presentation);
+            sound_.restart(ahead);
+            started_at_ = *start;
+        }
+    }
+}
+
+void ForwardRun::choose_skip() {
+    const AVDiscard planned = video_.shares().skip_for(magnitude_);
+    const AVDiscard skip = std::max(planned, skip_when_late[static_cast<std::size_t>(lateness_)]);
+    if (skip != skip_) {
+        skip_ = skip;
+        video_.set_skip(skip);
+    }
+    spacing_.set(magnitude_, feed_.unit_duration());
+}
+
+/// An access point that did not serve, such as in damaged data or before a refresh is complete, shows itself
+/// by a first picture behind the target: decoding begins at an earlier one then.
+bool ForwardRun::step_back_from(const Picture& first) {
+    return first.position > target_ + feed_.unit_duration() * 3 / 2 && step_back();
+}
+
+bool ForwardRun::step_back() {
+    if (!started_at_ || steps_back_ >= most_steps_back) {
+        return false;
+    }
+    const DecodingStart earlier = points_.find_before(target_, *started_at_);
+    if (!earlier) {
+        return false;
+    }
+    ++steps_back_;
+    restart(earlier, target_);
+    return true;
+}
+
+bool ForwardRun::offer_sounds() {
+    auto& ready = sound_.ready();
+    bool offered = false;
+    while (!ready.empty() && !outlet_.sounds->full()) {
+        const Position position = ready.front().position;
+        if (!outlet_.sounds->try_push(std::move(ready.front()))) {
+            break;
+        }
+        ready.pop_front();
+        offered = true;
+        if (sound_only() && !offered_) {
+            offered_ = true;
+            outlet_.sound_begins(position);
+            outlet_.facts_changed();
+            outlet_.ready();
+        }
+    }
+    return offered;
+}
+
+/// @return false when everything was brought out before
+bool ForwardRun::finish_tracks() {
+    // Without a picture the clock stands still and sound waits for ever: that is no reason to wait for it.
+    const bool waits_for_sound = feed_.has_sound() && (offered_ || sound_.ready().empty());
+    if (!feed_.at_end() || feed_.has_video() || waits_for_sound || tracks_finished_) {
+        return false;
+    }
+    tracks_finished_ = true;
+    video_.finish();
+    outlet_.facts_changed();
+    if (offered_ || !video_.ready().empty() || (sound_only() && !sound_.ready().empty())) {
+        return true;
+    }
+    if (auto last = video_.take_last_unwanted()) {
+        // The jump went behind the last picture: that one stays on the screen.
+        video_.ready().push_back(std::move(*last));
+        return true;
+    }
+    if (step_back()) {
+        return true;
+    }
+    if (started_at_) {
+        outlet_.nothing_beyond(target_);
+    } else {
+        try_next_approach();
+    }
+    return true;
+}
+
+void ForwardRun::try_next_approach() {
+    if (approach_ == Approach::from_access_point && feed_.selection() && feed_.selection()->video) {
+        approach_ = Approach::from_anywhere;
+        video_ = VideoTrack{};
+        video_.accept_damaged_start();
+        log_incident("file", "start", name_ + ": no access point, decoding begins without one");
+    } else if (approach_ != Approach::sound_only && feed_.selection() && feed_.selection()->audio) {
+        approach_ = Approach::sound_only;
+        log_incident("file", "start", name_ + ": no picture can be decoded, only sound plays");
+    } else {
+        throw UnplayableFile{"has no picture or sound that can be decoded"};
+    }
+    restart(std::nullopt, target_);
+}
+
+std::optional<Position> ForwardRun::limit() const {
+    if (!feed_.at_end() || !tracks_finished_ || !video_.ready().empty() || !sound_.ready().empty()) {
+        return std::nullopt;
+    }
+    return last_offered_ ? *last_offered_ + feed_.unit_duration() : sound_.end();
+}
+
+} // namespace velmora

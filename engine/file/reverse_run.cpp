@@ -1,0 +1,147 @@
+#include "file/reverse_run.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <utility>
+
+namespace velmora {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::size_t most_bytes_held = std::size_t{360} << 20U;
+constexpr std::size_t most_pictures_held = 240;
+constexpr std::size_t assumed_picture_bytes = std::size_t{1920} * 1088 * 3 / 2;
+/// The first windows are small, so that the picture turns round soon; in pictures.
+constexpr std::array<std::size_t, 3> first_windows{6, 12, 25};
+/// Real time behind the clock at which a stretch that was not begun is left out.
+constexpr std::chrono::duration<double> late_stretch = 200ms;
+
+std::size_t budget_for(std::size_t picture_bytes) {
+    const std::size_t bytes = picture_bytes == 0 ? assumed_picture_bytes : picture_bytes;
+    return std::clamp<std::size_t>(most_bytes_held / bytes, 12, most_pictures_held);
+}
+
+} // namespace
+
+ReverseRun::ReverseRun(std::shared_ptr<const FileSource> source, AccessPointFinder& points, RunOutlet outlet,
+                       const Stream& stream, Position from, const std::function<void()>& wake)
+    : points_{points}, outlet_{std::move(outlet)}, stream_{stream}, budget_{budget_for(stream.picture_bytes)},
+      next_end_{from}, decoders_{{{source, wake}, {source, wake}}} {}
+
+ReverseRun::~ReverseRun() {
+    abandon_windows();
+}
+
+void ReverseRun::abandon_windows() {
+    for (const auto& window : windows_) {
+        window->abandoned = true;
+    }
+    windows_.clear();
+}
+
+void ReverseRun::set_magnitude(double magnitude) {
+    if (magnitude == 0.0) {
+        return; // what is decoded waits
+    }
+    magnitude_ = magnitude;
+    spacing_.set(magnitude, stream_.unit);
+}
+
+bool ReverseRun::work() {
+    const bool offered = offer();
+    return schedule() || offered;
+}
+
+bool ReverseRun::offer() {
+    auto& queue = outlet_.pictures->pictures;
+    bool offered = false;
+    while (!windows_.empty() && windows_.front()->done && !queue.full()) {
+        auto& pictures = windows_.front()->pictures;
+        if (pictures.empty()) {
+            windows_.pop_front();
+            offered = true;
+            continue;
+        }
+        Picture picture = std::move(pictures.back());
+        pictures.pop_back();
+        if (offered_ && !spacing_.admits(picture.position)) {
+            continue;
+        }
+        picture.generation = outlet_.pictures->generation.load();
+        picture.begins_run = !offered_;
+        last_offered_ = picture.position;
+        offered_ = true;
+        offered = true;
+        queue.try_push(std::move(picture));
+    }
+    return offered;
+}
+
+std::size_t ReverseRun::held() const {
+    std::size_t held = 0;
+    for (const auto& window : windows_) {
+        held += window->done ? window->pictures.size() : window->expected;
+    }
+    return held;
+}
+
+std::size_t ReverseRun::next_size() const {
+    const std::size_t usual = std::clamp<std::size_t>(budget_ * 2 / 5, 4, 50);
+    return windows_begun_ < first_windows.size() ? std::min(first_windows[windows_begun_], usual) : usual;
+}
+
+/// @return true when a window was begun
+bool ReverseRun::schedule() {
+    const auto decoder = std::ranges::find_if(decoders_, &WindowDecoder::is_idle);
+    const std::size_t size = next_size();
+    if (exhausted_ || decoder == decoders_.end() || held() + size > budget_) {
+        return false;
+    }
+    skip_what_is_late();
+    const auto start = points_.find(std::max(next_end_ - Ticks{1}, Position{}));
+    if (!start) {
+        return false;
+    }
+    if (!*start || (*start)->presentation >= next_end_) {
+        exhausted_ = true;
+        return true;
+    }
+    // At higher speeds a window of as many decoded pictures reaches further.
+    const AVDiscard skip = stream_.shares.skip_for(magnitude_);
+    const auto units = static_cast<Ticks::rep>(static_cast<double>(size) / stream_.shares.kept(skip));
+    auto window = std::make_shared<DecodedWindow>();
+    window->start = *start;
+    window->to = next_end_;
+    window->from = std::max((*start)->clean_from, next_end_ - units * stream_.unit);
+    if (window->from >= window->to) {
+        window->from = (*start)->presentation;
+    }
+    window->skip = skip;
+    window->expected = size;
+    next_end_ = window->from;
+    ++windows_begun_;
+    windows_.push_back(window);
+    decoder->decode(std::move(window));
+    return true;
+}
+
+/// On a machine that cannot decode in time the position stays right, and pictures are left out.
+void ReverseRun::skip_what_is_late() {
+    const PlayClock clock = outlet_.pictures->clock.snapshot();
+    const SteadyTime now = SteadyClock::now();
+    if (clock.running() && now - clock.due(next_end_) > late_stretch) {
+        next_end_ = std::min(next_end_, clock.position(now));
+    }
+}
+
+std::optional<Position> ReverseRun::limit() const {
+    if (!exhausted_ || !windows_.empty()) {
+        return std::nullopt;
+    }
+    return last_offered_.value_or(next_end_);
+}
+
+} // namespace velmora

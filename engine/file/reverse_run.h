@@ -1,0 +1,63 @@
+// Plays a file backward, every picture once.
+#pragma once
+
+#include "file/file_source.h"
+#include "file/picture_spacing.h"
+#include "file/play_run.h"
+#include "file/window_decoder.h"
+#include "index/access_point_finder.h"
+
+#include <array>
+#include <deque>
+#include <memory>
+#include <optional>
+
+namespace velmora {
+
+/// Has stretches of the file decoded forward, the last one first, and offers their pictures from behind. What
+/// it holds is bounded, whatever the distance of the file's key pictures.
+class ReverseRun : public PlayRun {
+public:
+    /// What the run needs to know of the stream.
+    struct Stream {
+        Ticks unit{3600};             ///< distance of two pictures
+        std::size_t picture_bytes{0}; ///< of a decoded one; 0 when not known
+        PictureClassShares shares;
+    };
+
+    /// @param points outlives the run
+    /// @param from position that is on the screen
+    /// @param wake called on other threads when there is work
+    ReverseRun(std::shared_ptr<const FileSource> source, AccessPointFinder& points, RunOutlet outlet,
+               const Stream& stream, Position from, const std::function<void()>& wake);
+    ~ReverseRun() override;
+
+    bool work() override;
+    std::optional<Position> limit() const override;
+    std::optional<Position> last_offered() const override { return last_offered_; }
+    void set_magnitude(double magnitude) override;
+
+private:
+    bool offer();
+    bool schedule();
+    void skip_what_is_late();
+    void abandon_windows();
+    std::size_t held() const;
+    std::size_t next_size() const;
+
+    AccessPointFinder& points_;
+    const RunOutlet outlet_;
+    const Stream stream_;
+    const std::size_t budget_; ///< pictures that may be held
+    PictureSpacing spacing_;
+    double magnitude_{1.0};
+    std::deque<std::shared_ptr<DecodedWindow>> windows_; ///< the latest stretch of the file first
+    Position next_end_;                                  ///< in front of it the next window ends
+    std::size_t windows_begun_{0};
+    std::optional<Position> last_offered_;
+    bool offered_{false};
+    bool exhausted_{false};
+    std::array<WindowDecoder, 2> decoders_;
+};
+
+} // namespace velmora

@@ -1,0 +1,77 @@
+#include "file/window_decoder.h"
+
+#include "diagnostics/log.h"
+
+#include <exception>
+#include <string>
+#include <utility>
+
+namespace velmora {
+
+WindowDecoder::WindowDecoder(std::shared_ptr<const FileSource> source, std::function<void()> on_done)
+    : on_done_{std::move(on_done)}, feed_{std::move(source)}, thread_{[this](const std::stop_token& stop) {
+          run(stop);
+      }} {}
+
+WindowDecoder::~WindowDecoder() {
+    thread_.request_stop();
+}
+
+void WindowDecoder::decode(std::shared_ptr<DecodedWindow> window) {
+    idle_ = false;
+    {
+        const std::lock_guard lock{mutex_};
+        job_ = std::move(window);
+    }
+    changed_.notify_one();
+}
+
+void WindowDecoder::run(const std::stop_token& stop) {
+    while (true) {
+        std::shared_ptr<DecodedWindow> job;
+        {
+            std::unique_lock lock{mutex_};
+            if (!changed_.wait(lock, stop, [this] { return job_ != nullptr; })) {
+                return;
+            }
+            job = std::exchange(job_, nullptr);
+        }
+        try {
+            work_on(*job, stop);
+        } catch (const std::exception& error) {
+            log_incident("file", "window", std::string{"a stretch was left out: "} + error.what());
+        }
+        job->done = true;
+        job.reset();
+        idle_ = true;
+        on_done_();
+    }
+}
+
+void WindowDecoder::work_on(DecodedWindow& window, const std::stop_token& stop) {
+    feed_.seek(window.start);
+    video_.restart(window.from);
+    video_.set_skip(window.skip);
+    bool is_finished = false;
+    while (!is_finished && !window.abandoned && !stop.stop_requested()) {
+        if (auto unit = feed_.take_video()) {
+            video_.decode(std::move(*unit));
+        } else if (!feed_.read_more()) {
+            video_.finish();
+            is_finished = true;
+        }
+        while (feed_.take_sound()) {
+            // Nothing is heard in reverse.
+        }
+        for (Picture& picture : video_.ready()) {
+            if (picture.position >= window.to) {
+                is_finished = true;
+                break;
+            }
+            window.pictures.push_back(std::move(picture));
+        }
+        video_.ready().clear();
+    }
+}
+
+} // namespace velmora

@@ -1,0 +1,60 @@
+// Decodes a stretch of a file on a thread of its own.
+#pragma once
+
+#include "file/file_source.h"
+#include "file/stream_feed.h"
+#include "file/video_track.h"
+#include "index/access_point_finder.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <thread>
+
+namespace velmora {
+
+/// What is to be decoded, and what came of it.
+struct DecodedWindow {
+    DecodingStart start; ///< from where it can be decoded
+    Position from;       ///< pictures from here on
+    Position to;         ///< and in front of here
+    AVDiscard skip{AVDISCARD_DEFAULT};
+    std::size_t expected{0}; ///< pictures, about
+
+    std::atomic<bool> abandoned{false}; ///< set by who asked: nobody waits any more
+    std::atomic<bool> done{false};      ///< set by the decoder: `pictures` is complete
+    std::deque<Picture> pictures;       ///< in order of position; the decoder's until `done`
+};
+
+/// Owns a thread, a reader and a decoder; works on one window at a time.
+class WindowDecoder {
+public:
+    /// @param on_done called on the decoder's thread after each window
+    WindowDecoder(std::shared_ptr<const FileSource> source, std::function<void()> on_done);
+    ~WindowDecoder();
+    WindowDecoder(const WindowDecoder&) = delete;
+    WindowDecoder& operator=(const WindowDecoder&) = delete;
+
+    bool is_idle() const { return idle_.load(); }
+    /// Only while idle.
+    void decode(std::shared_ptr<DecodedWindow> window);
+
+private:
+    void run(const std::stop_token& stop);
+    void work_on(DecodedWindow& window, const std::stop_token& stop);
+
+    const std::function<void()> on_done_;
+    StreamFeed feed_;  ///< of the thread
+    VideoTrack video_; ///< of the thread
+    std::atomic<bool> idle_{true};
+    std::mutex mutex_;
+    std::condition_variable_any changed_;
+    std::shared_ptr<DecodedWindow> job_; ///< protected by mutex_
+    std::jthread thread_;                ///< last, so that it ends first
+};
+
+} // namespace velmora

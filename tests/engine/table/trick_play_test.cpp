@@ -1,0 +1,228 @@
+// Speeds, directions and turning round: told from the numbers of the pictures that are shown.
+#include "engine_under_test.h"
+#include "support/stream_maker.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr unsigned fps = 25;
+
+StreamRecipe stream(int gop, int seconds, const std::string& codec = "h264", int bframes = 3) {
+    StreamRecipe recipe;
+    recipe.codec = codec;
+    recipe.width = 320;
+    recipe.height = 240;
+    recipe.duration = seconds;
+    recipe.gop = gop;
+    recipe.bframes = bframes;
+    recipe.audio = "mp2";
+    return recipe;
+}
+
+bool is_at_start(const velmora_info_t& info) {
+    return info.player_info.state == PLAYRE_STATUS_SOF;
+}
+
+bool is_at_end(const velmora_info_t& info) {
+    return info.player_info.state == PLAYRE_STATUS_EOF;
+}
+
+std::vector<unsigned> numbers(const std::vector<ReceivedPicture>& pictures) {
+    std::vector<unsigned> shown;
+    for (const ReceivedPicture& picture : pictures) {
+        if (picture.number && (shown.empty() || shown.back() != *picture.number)) {
+            shown.push_back(*picture.number);
+        }
+    }
+    return shown;
+}
+
+struct TrickCase {
+    std::string name;
+    StreamRecipe recipe;
+};
+
+void PrintTo(const TrickCase& trick_case, std::ostream* out) {
+    *out << trick_case.name;
+}
+
+class Reverse : public testing::TestWithParam<TrickCase> {};
+
+TEST_P(Reverse, ShowsEveryPictureOnceInFallingOrder) {
+    const StreamRecipe& recipe = GetParam().recipe;
+    EngineLibrary library;
+    EngineUnderTest engine{library};
+    ASSERT_EQ(engine.play(make_stream(recipe), PLAYER_SPD_NORMAL, PLAYER_DIR_PREVWARD), 0);
+    ASSERT_TRUE(engine.wait_for_info(is_at_start));
+    const auto shown = numbers(engine.pictures());
+    const unsigned count = fps * static_cast<unsigned>(recipe.duration);
+    ASSERT_FALSE(shown.empty());
+    EXPECT_EQ(shown.front(), count - 1) << "reverse begins at the end";
+    EXPECT_EQ(shown.back(), 0U);
+    EXPECT_TRUE(std::ranges::is_sorted(shown, std::ranges::greater{}));
+    EXPECT_GE(shown.size(), count * 9 / 10) << "a busy machine may make some late";
+    const velmora_info_t info = engine.info();
+    EXPECT_EQ(info.player_info.sof, 1);
+    EXPECT_EQ(info.player_info.eof, 0);
+    EXPECT_EQ(info.player_info.second, 0);
+    EXPECT_EQ(info.player_info.direction, PLAYER_DIR_PREVWARD);
+}
+
+INSTANTIATE_TEST_SUITE_P(Streams, Reverse,
+                         testing::Values(TrickCase{"H264", stream(50, 6)},
+                                         TrickCase{"H264LongGop", stream(250, 6)},
+                                         TrickCase{"Hevc", stream(50, 6, "hevc")},
+                                         TrickCase{"Mpeg2", stream(12, 6, "mpeg2", 2)},
+                                         TrickCase{"H264WithoutReordering", stream(25, 6, "h264", 0)}),
+                         [](const auto& instance) { return instance.param.name; });
+
+struct Pace {
+    int direction;
+    int speed;
+    double rate;
+};
+
+void PrintTo(const Pace& pace, std::ostream* out) {
+    *out << pace.rate << "x";
+}
+
+class TrickPace : public testing::TestWithParam<Pace> {};
+
+TEST_P(TrickPace, AdvancesAtItsRateAndShowsWhatAScreenCanShow) {
+    const Pace& pace = GetParam();
+    EngineLibrary library;
+    EngineUnderTest engine{library};
+    ASSERT_EQ(engine.play(make_stream(stream(50, 60))), 0);
+    ASSERT_TRUE(
+        engine.wait_for_info([](const velmora_info_t& info) { return info.player_info.total_second == 60; }));
+    engine.seek(pace.direction == PLAYER_DIR_FORWARD ? 1 : 58);
+    ASSERT_TRUE(engine.wait_for_info([&](const velmora_info_t& info) {
+        return info.player_info.second == (pace.direction == PLAYER_DIR_FORWARD ? 1 : 58);
+    }));
+    engine.set_tempo(pace.direction, pace.speed);
+    engine.forget_pictures();
+    const std::size_t wanted = pace.speed == PLAYER_SPD_FAST ? 16 : 40;
+    ASSERT_TRUE(engine.wait_for_pictures(wanted));
+    auto pictures = engine.pictures();
+    // The first ones may be of the time before the command.
+    pictures.erase(pictures.begin(), pictures.begin() + 4);
+    const double seconds =
+        std::chrono::duration<double>(pictures.back().when - pictures.front().when).count();
+    const double moved =
+        (static_cast<double>(*pictures.back().number) - static_cast<double>(*pictures.front().number)) / fps;
+    EXPECT_NEAR(moved / seconds, pace.rate, std::abs(pace.rate) * 0.15);
+    if (pace.speed != PLAYER_SPD_FAST) {
+        const double shown = static_cast<double>(pictures.size() - 1) / seconds;
+        EXPECT_GE(shown, fps * 0.7);
+        EXPECT_LE(shown, 34.0);
+    }
+    const velmora_info_t info = engine.info();
+    EXPECT_EQ(info.player_info.speed, pace.speed);
+    EXPECT_EQ(info.player_info.direction, pace.direction);
+}
+
+INSTANTIATE_TEST_SUITE_P(Rates, TrickPace,
+                         testing::Values(Pace{PLAYER_DIR_FORWARD, PLAYER_SPD_X2, 2},
+                                         Pace{PLAYER_DIR_FORWARD, PLAYER_SPD_X3, 3},
+                                         Pace{PLAYER_DIR_FORWARD, PLAYER_SPD_X4, 4},
+                                         Pace{PLAYER_DIR_FORWARD, PLAYER_SPD_X5, 5},
+                                         Pace{PLAYER_DIR_FORWARD, PLAYER_SPD_FAST, 16},
+                                         Pace{PLAYER_DIR_PREVWARD, PLAYER_SPD_NORMAL, -1},
+                                         Pace{PLAYER_DIR_PREVWARD, PLAYER_SPD_X3, -3},
+                                         Pace{PLAYER_DIR_PREVWARD, PLAYER_SPD_FAST, -16}));
+
+class TrickPlay : public testing::Test {
+protected:
+    EngineLibrary library_;
+    EngineUnderTest engine_{library_};
+};
+
+TEST_F(TrickPlay, FastEndsWithTheLastPicture) {
+    ASSERT_EQ(engine_.play(make_stream(stream(50, 20)), PLAYER_SPD_FAST), 0);
+    ASSERT_TRUE(engine_.wait_for_info(is_at_end));
+    EXPECT_EQ(engine_.last_number(), 499U);
+    const auto shown = numbers(engine_.pictures());
+    EXPECT_TRUE(std::ranges::is_sorted(shown));
+    EXPECT_GE(shown.size(), 8U);
+}
+
+TEST_F(TrickPlay, TurningRoundAtTheEndAndAtTheStartLeadsOn) {
+    ASSERT_EQ(engine_.play(make_stream(stream(50, 20)), PLAYER_SPD_PAUSE), 0);
+    engine_.seek(19);
+    engine_.resume();
+    ASSERT_TRUE(engine_.wait_for_info(is_at_end));
+    engine_.set_tempo(PLAYER_DIR_PREVWARD, PLAYER_SPD_X5);
+    ASSERT_TRUE(engine_.wait_for_info(is_at_start));
+    EXPECT_EQ(engine_.last_number(), 0U);
+    engine_.forget_pictures();
+    engine_.resume();
+    ASSERT_TRUE(engine_.wait_for_pictures(20));
+    const auto shown = numbers(engine_.pictures());
+    EXPECT_LE(shown.front(), 2U);
+    EXPECT_TRUE(std::ranges::is_sorted(shown));
+    EXPECT_EQ(engine_.info().player_info.state, PLAYRE_STATUS_PLAYING);
+}
+
+TEST_F(TrickPlay, APauseInReverseFreezesAndResumesBothWays) {
+    ASSERT_EQ(engine_.play(make_stream(stream(50, 20)), PLAYER_SPD_NORMAL, PLAYER_DIR_PREVWARD), 0);
+    ASSERT_TRUE(engine_.wait_for_pictures(20));
+    engine_.pause();
+    ASSERT_TRUE(engine_.wait_for_info(
+        [](const velmora_info_t& info) { return info.player_info.state == PLAYRE_STATUS_PAUSING; }));
+    const auto frozen = engine_.last_number();
+    engine_.forget_pictures();
+    engine_.resume();
+    ASSERT_TRUE(engine_.wait_for_pictures(10));
+    auto shown = numbers(engine_.pictures());
+    EXPECT_NEAR(shown.front(), *frozen, 2) << "forward goes on from the picture that stood";
+    EXPECT_TRUE(std::ranges::is_sorted(shown));
+}
+
+TEST_F(TrickPlay, ASeekInReverseShowsItsSecondAndGoesOnBackward) {
+    ASSERT_EQ(engine_.play(make_stream(stream(50, 20)), PLAYER_SPD_NORMAL, PLAYER_DIR_PREVWARD), 0);
+    ASSERT_TRUE(engine_.wait_for_pictures(5));
+    engine_.seek(8);
+    ASSERT_TRUE(engine_.wait_for_info([&](const velmora_info_t&) { return engine_.last_number() == 200U; }));
+    engine_.forget_pictures();
+    ASSERT_TRUE(engine_.wait_for_pictures(10));
+    const auto shown = numbers(engine_.pictures());
+    EXPECT_LT(shown.back(), 200U);
+    EXPECT_TRUE(std::ranges::is_sorted(shown, std::ranges::greater{}));
+}
+
+TEST_F(TrickPlay, AThousandRandomCommandsEndWithTheLastOne) {
+    ASSERT_EQ(engine_.play(make_stream(stream(50, 20))), 0);
+    std::mt19937 random{11};
+    std::uniform_int_distribution<int> any{0, 99};
+    for (int i = 0; i < 1000; ++i) {
+        const int kind = any(random) % 3;
+        if (kind == 0) {
+            engine_.seek(any(random) % 24);
+        } else {
+            engine_.set_tempo(any(random) % 2, any(random) % 7);
+        }
+        if (i % 10 == 0) {
+            const velmora_info_t info = engine_.info();
+            EXPECT_GE(info.player_info.second, 0);
+            EXPECT_LE(info.player_info.second, 20);
+            engine_.wait_for_pictures(engine_.picture_count() + 1, 0s);
+        }
+    }
+    engine_.pause();
+    engine_.seek(7);
+    ASSERT_TRUE(engine_.wait_for_info([&](const velmora_info_t& info) {
+        return engine_.last_number() == 175U && info.player_info.second == 7;
+    }));
+    engine_.resume();
+    engine_.forget_pictures();
+    ASSERT_TRUE(engine_.wait_for_pictures(5));
+    EXPECT_TRUE(std::ranges::is_sorted(numbers(engine_.pictures())));
+}
+
+} // namespace
