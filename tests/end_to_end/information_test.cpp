@@ -74,7 +74,7 @@ TEST_F(Information, ResetClearsTheCounters) {
     const auto file = make_stream(ten_seconds_with_mp2());
     const int pictures = rounded(ProbedStream{file, "v:0"}.number("nb_read_frames"));
     play(file);
-    ASSERT_TRUE(wait_for_playing());
+    ASSERT_TRUE(wait_until([&] { return text("eof_lbl") == QLatin1String("00:10"); }));
     click_slider(9);
     ASSERT_TRUE(wait_until([] { return m_info.player_info.state == PLAYRE_STATUS_EOF; }));
     open_dialog("actionStatistic", [&](QDialog& dialog) {
