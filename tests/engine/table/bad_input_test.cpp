@@ -77,6 +77,10 @@ bool is_ended(const velmora_info_t& info) {
     return info.player_info.state == PLAYRE_STATUS_EOF;
 }
 
+bool is_at_start(const velmora_info_t& info) {
+    return info.player_info.state == PLAYRE_STATUS_SOF;
+}
+
 class BadInput : public testing::Test {
 protected:
     /// CPU time that a refused start takes, the best of three.
@@ -306,7 +310,7 @@ std::filesystem::path keep_for_inspection(const std::filesystem::path& file, int
 
 class DamagedStreams : public testing::TestWithParam<unsigned> {};
 
-TEST_P(DamagedStreams, PlaySeekPauseAndStopWithoutHarm) {
+TEST_P(DamagedStreams, PlayBothWaysSeekPauseAndStopWithoutHarm) {
     constexpr int rounds = 50;
     constexpr int rounds_between_full_plays = 10;
     const std::vector<StreamRecipe> recipes{small_stream("h264", "mp2"),  small_stream("hevc", "aac"),
@@ -334,8 +338,16 @@ TEST_P(DamagedStreams, PlaySeekPauseAndStopWithoutHarm) {
                 engine.pause();
                 engine.resume();
             }
+            for (auto changes = random() % 3; changes > 0; --changes) {
+                engine.set_tempo(static_cast<int>(random() % 2), static_cast<int>(random() % 7));
+            }
             if (round % rounds_between_full_plays == 0) {
+                engine.resume();
                 EXPECT_TRUE(engine.wait_for_info(is_ended)) << keep_for_inspection(file, round);
+            }
+            if (round % rounds_between_full_plays == 0 && engine.info().inp_width > 0) {
+                engine.set_tempo(PLAYER_DIR_PREVWARD, PLAYER_SPD_X3);
+                EXPECT_TRUE(engine.wait_for_info(is_at_start)) << keep_for_inspection(file, round);
             }
         }
         const auto stopping = std::chrono::steady_clock::now();
