@@ -58,7 +58,8 @@ RunOutlet FilePlayer::make_outlet() {
 void FilePlayer::open() {
     source_ = std::make_shared<const FileSource>(setup_.latin1_path);
     points_ = std::make_unique<AccessPointFinder>(source_, index_);
-    forward_ = std::make_unique<ForwardRun>(source_, *points_, make_outlet(), setup_.latin1_path);
+    forward_ = std::make_unique<ForwardRun>(source_, *points_, make_outlet(), setup_.latin1_path,
+                                            [index = index_] { return index->extent().growing; });
     auto tags = std::make_unique<TagList>(source_->path());
     const std::lock_guard lock{mutex_};
     tags_ = std::move(tags);
@@ -134,7 +135,9 @@ std::optional<int> FilePlayer::tag(int index) const {
 
 void FilePlayer::report(velmora_info_t& info) const {
     const Position position = pictures_->clock.snapshot().position(SteadyClock::now());
-    board_.report(info, position, index_->extent().likely_end().time_since_epoch());
+    const IndexExtent extent = index_->extent();
+    board_.report(info, position, extent.likely_end().time_since_epoch());
+    info.player_info.is_recording = extent.growing ? 1 : 0;
 }
 
 void FilePlayer::wake() {
@@ -227,8 +230,27 @@ bool FilePlayer::take_commands() {
     if (!seek_if_wanted()) {
         return false;
     }
+    follow_growth();
     follow_tempo();
     return true;
+}
+
+/// A file that grows again after playing came to its end is played on.
+void FilePlayer::follow_growth() {
+    {
+        const std::lock_guard lock{mutex_};
+        if (rest_ != Rest::at_end || other_ || tempo_.is_paused() || tempo_.is_reverse()) {
+            return;
+        }
+    }
+    if (!forward_->last_certain() || points_->extent().last_picture <= resting_extent_) {
+        return;
+    }
+    const Position from = *forward_->last_certain() + Ticks{1};
+    if (const auto start = points_->find(from)) {
+        is_finishing_ = false;
+        begin_forward(*start, from);
+    }
 }
 
 bool FilePlayer::seek_if_wanted() {
@@ -425,6 +447,7 @@ void FilePlayer::check_limit() {
 }
 
 void FilePlayer::rest(Rest rest, Position at) {
+    resting_extent_ = points_->extent().last_picture;
     {
         const std::lock_guard lock{mutex_};
         rest_ = rest;

@@ -84,6 +84,7 @@ private:
     bool seek_if_wanted();
     std::optional<Position> target_of(Position wanted) const;
     void begin_forward(const DecodingStart& start, Position target);
+    void follow_growth();
     void follow_tempo();
     void turn(Position from, const Tempo& tempo);
     void begin_other(Position from, const Tempo& tempo);
@@ -111,6 +112,7 @@ private:
     std::unique_ptr<ForwardRun> forward_;
     std::unique_ptr<PlayRun> other_; ///< runs instead of forward_
     Tempo followed_;                 ///< the tempo that the active run knows of
+    Position resting_extent_{};      ///< the last picture known when playing came to rest
     bool is_finishing_{false};       ///< the last picture is brought up after the key pictures
 
     mutable std::mutex mutex_;

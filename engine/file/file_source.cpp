@@ -104,6 +104,16 @@ std::size_t FileSource::read(std::uint64_t offset, std::span<std::uint8_t> bytes
     return total;
 }
 
+std::chrono::milliseconds FileSource::time_since_writing() const {
+    struct stat status {};
+    timespec now{};
+    if (::fstat(file_.get(), &status) != 0 || ::clock_gettime(CLOCK_REALTIME, &now) != 0) {
+        return std::chrono::hours{1};
+    }
+    return std::chrono::seconds{now.tv_sec - status.st_mtim.tv_sec} +
+           std::chrono::milliseconds{(now.tv_nsec - status.st_mtim.tv_nsec) / 1'000'000};
+}
+
 std::uint64_t FileSource::size() const {
     struct stat status {};
     return ::fstat(file_.get(), &status) == 0 ? static_cast<std::uint64_t>(status.st_size) : 0;

@@ -4,6 +4,7 @@
 #include "media/file_descriptor.h"
 #include "ts/packet_sync.h"
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -31,6 +32,8 @@ public:
     std::size_t read(std::uint64_t offset, std::span<std::uint8_t> bytes) const;
     /// Current size, bytes.
     std::uint64_t size() const;
+    /// How long ago something was written to it, by the file system's word.
+    std::chrono::milliseconds time_since_writing() const;
     const PacketLayout& layout() const { return layout_; }
     /// The name that the file was found by.
     const std::string& path() const { return path_; }

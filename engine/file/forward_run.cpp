@@ -29,8 +29,10 @@ constexpr std::array<AVDiscard, 4> skip_when_late{AVDISCARD_DEFAULT, AVDISCARD_N
 } // namespace
 
 ForwardRun::ForwardRun(std::shared_ptr<const FileSource> source, AccessPointFinder& points, RunOutlet outlet,
-                       std::string name)
-    : points_{points}, outlet_{std::move(outlet)}, name_{std::move(name)}, feed_{std::move(source)} {}
+                       std::string name, std::function<bool()> may_grow)
+    : points_{points}, outlet_{std::move(outlet)}, name_{std::move(name)}, feed_{std::move(source)} {
+    feed_.set_may_grow(std::move(may_grow));
+}
 
 void ForwardRun::begin_with_preview() {
     video_.preview_first([this](Picture picture) { offer_preview(std::move(picture)); });
@@ -45,6 +47,8 @@ void ForwardRun::restart(const DecodingStart& start, Position target) {
     outlet_.pictures->pictures.clear();
     outlet_.sounds->clear();
     outlet_.discard_sound();
+    set_lateness(0);
+    choose_skip();
     feed_.seek(start);
     video_.restart(target);
     sound_.restart(target);
@@ -53,6 +57,7 @@ void ForwardRun::restart(const DecodingStart& start, Position target) {
     target_ = target;
     offered_ = false;
     tracks_finished_ = false;
+    awaits_growth_ = false;
     last_offered_.reset();
 }
 
@@ -65,7 +70,7 @@ void ForwardRun::set_magnitude(double magnitude) {
     if (regains_sound) {
         sound_.restart(last_offered_.value_or(target_));
     }
-    lateness_ = 0;
+    set_lateness(0);
     choose_skip();
 }
 
@@ -87,7 +92,9 @@ bool ForwardRun::work() {
         return true;
     }
     if (needs_more()) {
-        return feed_.read_more();
+        const bool is_more = feed_.read_more();
+        awaits_growth_ = awaits_growth_ || !is_more;
+        return is_more;
     }
     return finish_tracks();
 }
@@ -163,6 +170,11 @@ bool ForwardRun::offer_pictures() {
         offered_ = true;
         last_offered_ = position;
         outlet_.ready();
+        if (std::exchange(awaits_growth_, false)) {
+            // What was written only after it was due is shown when it comes, and the clock goes on from
+            // there.
+            outlet_.pictures->clock.hold_back_to(position, SteadyClock::now());
+        }
         keep_up(position);
     }
     return offered;
@@ -176,10 +188,7 @@ void ForwardRun::keep_up(Position position) {
     }
     const auto behind = SteadyClock::now() - clock.due(position);
     const int lateness = behind > late_picture ? std::min<int>(lateness_ + 1, skip_when_late.size() - 1) : 0;
-    if (lateness != lateness_) {
-        lateness_ = lateness;
-        video_.set_deinterlacing(lateness == 0);
-    }
+    set_lateness(lateness);
     choose_skip();
     if (behind > lost_picture) {
         const Position ahead = clock.position(SteadyClock::now());
@@ -190,6 +199,13 @@ void ForwardRun::keep_up(Position position) {
             sound_.restart(ahead);
             started_at_ = *start;
         }
+    }
+}
+
+void ForwardRun::set_lateness(int lateness) {
+    if (lateness != lateness_) {
+        lateness_ = lateness;
+        video_.set_deinterlacing(lateness == 0);
     }
 }
 
@@ -250,6 +266,7 @@ bool ForwardRun::finish_tracks() {
         return false;
     }
     tracks_finished_ = true;
+    last_certain_ = last_offered_;
     video_.finish();
     outlet_.facts_changed();
     if (offered_ || !video_.ready().empty() || (sound_only() && !sound_.ready().empty())) {

@@ -9,6 +9,7 @@
 #include "file/video_track.h"
 #include "index/access_point_finder.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -19,9 +20,10 @@ namespace velmora {
 class ForwardRun : public PlayRun {
 public:
     /// @param name of the file, for the developer
+    /// @param may_grow asked at the file's end: it is still being written
     /// @param points outlives the run
     ForwardRun(std::shared_ptr<const FileSource> source, AccessPointFinder& points, RunOutlet outlet,
-               std::string name);
+               std::string name, std::function<bool()> may_grow);
 
     /// Begins at the file's beginning; its first picture is shown before its successors are decoded.
     void begin_with_preview();
@@ -36,6 +38,8 @@ public:
     /// Whether going back to a lower speed needs a new beginning, since references were left out.
     bool lacks_references() const { return skip_ > AVDISCARD_NONREF; }
 
+    /// The last picture offered that the end of the file cannot have cut.
+    std::optional<Position> last_certain() const { return last_certain_; }
     /// Plays sound without pictures.
     bool sound_only() const;
     const StreamFeed& feed() const { return feed_; }
@@ -53,6 +57,7 @@ private:
     bool offer_pictures();
     bool offer_sounds();
     void keep_up(Position position);
+    void set_lateness(int lateness);
     void choose_skip();
     bool wants_sound() const;
     bool needs_more() const;
@@ -77,7 +82,9 @@ private:
     int steps_back_{0};
     bool offered_{false}; ///< the first picture or sound since the beginning
     bool tracks_finished_{false};
+    bool awaits_growth_{false};            ///< everything that a growing file held had been read
     std::optional<Position> last_offered_; ///< picture
+    std::optional<Position> last_certain_; ///< picture
 };
 
 } // namespace velmora

@@ -30,14 +30,15 @@ void PacketReader::seek(std::uint64_t offset) {
     read_at_ = offset;
 }
 
-bool PacketReader::read_block(const PacketCutter::Sink& sink) {
+bool PacketReader::read_block(const PacketCutter::Sink& sink, bool may_grow) {
     buffer_.resize(kept_ + block_size_);
     const std::size_t count = source_->read(read_at_, std::span{buffer_}.subspan(kept_));
     const bool is_end = count < block_size_;
     const std::size_t available = kept_ + count;
     const std::uint64_t offset = read_at_ - kept_;
     read_at_ += count;
-    const std::size_t used = cutter_.cut(std::span{buffer_}.first(available), offset, is_end, sink);
+    const std::size_t used =
+        cutter_.cut(std::span{buffer_}.first(available), offset, is_end && !may_grow, sink);
     kept_ = available - used;
     std::memmove(buffer_.data(), buffer_.data() + used, kept_);
     return !is_end;

@@ -23,8 +23,9 @@ public:
     /// Goes on at a packet's offset.
     void seek(std::uint64_t offset);
     /// Reads one block and hands on its packets, in order.
+    /// @param may_grow what the file ends with may be the beginning of a packet: it waits for the rest
     /// @return false at the end of the file
-    bool read_block(const PacketCutter::Sink& sink);
+    bool read_block(const PacketCutter::Sink& sink, bool may_grow = false);
     /// Where the next block will be read, bytes.
     std::uint64_t offset() const { return read_at_; }
 

@@ -17,10 +17,16 @@ bool StreamFeed::read_more() {
     if (at_end_) {
         return false;
     }
-    const bool goes_on = reader_.read_block([this](const TsPacket& packet) {
+    const std::uint64_t offset = reader_.offset();
+    const bool may_grow = may_grow_ && may_grow_();
+    const auto feed = [this](const TsPacket& packet) {
         demuxer_.feed(packet);
         take_events();
-    });
+    };
+    const bool goes_on = reader_.read_block(feed, may_grow);
+    if (!goes_on && may_grow) {
+        return reader_.offset() > offset;
+    }
     if (!goes_on) {
         demuxer_.finish();
         take_events();

@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -23,8 +24,10 @@ class StreamFeed {
 public:
     explicit StreamFeed(std::shared_ptr<const FileSource> source);
 
+    /// Whether what is read last may go on: then its units in progress wait for the rest.
+    void set_may_grow(std::function<bool()> may_grow) { may_grow_ = std::move(may_grow); }
     /// Reads one block of the file.
-    /// @return false when there was nothing to read any more
+    /// @return false when there was nothing to read any more, or nothing yet
     bool read_more();
     /// Goes on at an access point, or at the beginning of the file.
     void seek(const std::optional<AccessPoint>& point);
@@ -67,6 +70,7 @@ private:
     std::size_t waiting_bytes_{0};
     std::uint64_t data_units_{0};
     bool at_end_{false};
+    std::function<bool()> may_grow_;
 };
 
 } // namespace velmora

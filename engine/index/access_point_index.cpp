@@ -22,6 +22,11 @@ void AccessPointIndex::set_estimated_end(Position end) {
     extent_.estimated_end = end;
 }
 
+void AccessPointIndex::set_growing(bool growing) {
+    const std::lock_guard lock{mutex_};
+    extent_.growing = growing;
+}
+
 IndexExtent AccessPointIndex::extent() const {
     const std::lock_guard lock{mutex_};
     return extent_;

@@ -29,7 +29,8 @@ struct IndexExtent {
     Position end;           ///< end of the last picture found
     Position last_picture;  ///< begin of the last picture found
     Position estimated_end; ///< from the file's tail, while the scan runs; 0 when nothing is to be seen there
-    bool complete{false};   ///< the whole file was scanned
+    bool complete{false};   ///< all that the file holds was scanned
+    bool growing{false};    ///< the file is still being written
 
     /// The best that is known of the end of the last picture.
     Position likely_end() const { return complete ? end : std::max(end, estimated_end); }
@@ -41,6 +42,7 @@ public:
     void append(const AccessPoint& point);
     void set_extent(Position end, Position last_picture, bool complete);
     void set_estimated_end(Position end);
+    void set_growing(bool growing);
 
     IndexExtent extent() const;
     /// The last access point from which the picture at `target` comes out right, or the first of all.

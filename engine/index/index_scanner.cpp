@@ -1,11 +1,15 @@
 #include "index/index_scanner.h"
 
 #include "diagnostics/log.h"
+#include "file/file_growth.h"
 #include "file/packet_reader.h"
 #include "index/access_point_collector.h"
 #include "index/bisector.h"
 
+#include <chrono>
+#include <condition_variable>
 #include <exception>
+#include <mutex>
 #include <string>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -17,6 +21,9 @@ namespace {
 
 constexpr std::size_t scan_block_size = std::size_t{1} << 20U;
 constexpr int background_nice = 10;
+/// How often to look for more.
+constexpr std::chrono::milliseconds look_at_growth{100};
+constexpr std::chrono::milliseconds look_for_growth{500};
 
 void scan(const std::stop_token& stop, const std::shared_ptr<const FileSource>& source,
           AccessPointIndex& index, const std::function<void()>& on_progress) {
@@ -29,15 +36,32 @@ void scan(const std::stop_token& stop, const std::shared_ptr<const FileSource>& 
     }
     PacketReader reader{source, scan_block_size};
     AccessPointCollector collector{index};
+    FileGrowth growth{source};
+    std::mutex mutex;
+    std::condition_variable_any never;
+    std::uint64_t scanned = 0;
+    bool is_finished = false;
     while (!stop.stop_requested()) {
-        const bool goes_on = reader.read_block([&](const TsPacket& packet) { collector.feed(packet); });
-        if (!goes_on) {
+        const bool is_growing = growth.is_growing(SteadyClock::now());
+        const bool goes_on =
+            reader.read_block([&](const TsPacket& packet) { collector.feed(packet); }, is_growing);
+        const bool is_more = reader.offset() > scanned;
+        scanned = reader.offset();
+        const bool ends_now = !goes_on && !is_growing && (is_more || !is_finished);
+        index.set_growing(is_growing);
+        if (ends_now) {
             collector.finish();
-            on_progress();
-            return;
+        } else if (is_more) {
+            collector.publish_extent(!goes_on);
         }
-        collector.publish_extent(false);
-        on_progress();
+        is_finished = !goes_on && !is_growing;
+        if (is_more || ends_now) {
+            on_progress();
+        }
+        if (!goes_on) {
+            std::unique_lock lock{mutex};
+            never.wait_for(lock, stop, is_growing ? look_at_growth : look_for_growth, [] { return false; });
+        }
     }
 }
 

@@ -1,4 +1,4 @@
-// Builds the access point index of a file in the background.
+// Builds the access point index of a file in the background, and follows a file that is still being written.
 #pragma once
 
 #include "file/file_source.h"
@@ -10,10 +10,11 @@
 
 namespace velmora {
 
-/// Reads the whole file once on its own thread, at low priority; the destructor stops it within one block.
+/// Reads the whole file once on its own thread, at low priority, then what is added to it; the destructor
+/// stops it within one block.
 class IndexScanner {
 public:
-    /// @param on_progress called on the scanner's thread after each block
+    /// @param on_progress called on the scanner's thread after each block, and when the file grows no more
     IndexScanner(std::shared_ptr<const FileSource> source, std::shared_ptr<AccessPointIndex> index,
                  std::function<void()> on_progress);
 

@@ -44,6 +44,13 @@ void SharedPlayClock::set_rate(double rate, SteadyTime now) {
     clock_.set_rate(rate, now);
 }
 
+void SharedPlayClock::hold_back_to(Position position, SteadyTime now) {
+    const std::lock_guard lock{mutex_};
+    if (clock_.position(now) > position) {
+        clock_.anchor(position, clock_.rate(), now);
+    }
+}
+
 PlayClock SharedPlayClock::snapshot() const {
     const std::lock_guard lock{mutex_};
     return clock_;

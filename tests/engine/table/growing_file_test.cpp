@@ -1,0 +1,126 @@
+// A file that is still being written plays, grows and can be reviewed.
+#include "engine_under_test.h"
+#include "scratch_files.h"
+#include "support/stream_maker.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <fstream>
+#include <set>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr int seconds = 12;
+constexpr unsigned last_picture = seconds * 25 - 1;
+
+bool is_ended(const velmora_info_t& info) {
+    return info.player_info.state == PLAYRE_STATUS_EOF;
+}
+
+class GrowingFile : public testing::Test {
+protected:
+    GrowingFile() {
+        StreamRecipe recipe;
+        recipe.width = 320;
+        recipe.height = 240;
+        recipe.duration = seconds;
+        recipe.gop = 50;
+        recipe.bframes = 3;
+        recipe.audio = "mp2";
+        bytes_ = read_bytes(make_stream(recipe));
+    }
+
+    /// Writes up to this share of the stream.
+    void write_up_to(double share) {
+        const auto end = static_cast<std::size_t>(share * static_cast<double>(bytes_.size()));
+        std::ofstream out{file_, std::ios::binary | std::ios::app};
+        out.write(reinterpret_cast<const char*>(bytes_.data() + written_),
+                  static_cast<std::streamsize>(end - written_));
+        written_ = end;
+    }
+    /// Writes on in small pieces, as a recorder does, at its own pace.
+    std::jthread record_from(double share) {
+        return std::jthread{[this, share] {
+            constexpr int steps = 50;
+            for (int step = 1; step <= steps; ++step) {
+                write_up_to(share + (1.0 - share) * step / steps);
+                std::this_thread::sleep_for(seconds * 1000ms * (1.0 - share) / steps);
+            }
+        }};
+    }
+
+    Bytes bytes_;
+    std::size_t written_{0};
+    ScratchFolder scratch_;
+    std::filesystem::path file_ = scratch_.path() / "recording.ts";
+    EngineLibrary library_;
+    EngineUnderTest engine_{library_};
+};
+
+TEST_F(GrowingFile, PlaysAlongItsRecordingWithoutADamagedPictureAndEndsAfterIt) {
+    write_up_to(0.25);
+    ASSERT_EQ(engine_.play(file_), 0);
+    {
+        const auto recorder = record_from(0.25);
+        ASSERT_TRUE(engine_.wait_for_info([](const velmora_info_t& info) {
+            return info.player_info.is_recording != 0 && info.player_info.total_second >= 6;
+        }));
+        EXPECT_EQ(engine_.info().player_info.state, PLAYRE_STATUS_PLAYING);
+    }
+    ASSERT_TRUE(engine_.wait_for_info(is_ended));
+    const velmora_info_t info = engine_.info();
+    EXPECT_EQ(info.player_info.is_recording, 0);
+    EXPECT_EQ(info.player_info.total_second, seconds);
+    EXPECT_EQ(info.get_strm_info.inp_dec_error, 0);
+    std::set<unsigned> shown;
+    for (const ReceivedPicture& picture : engine_.pictures()) {
+        ASSERT_TRUE(picture.number);
+        shown.insert(*picture.number);
+    }
+    EXPECT_EQ(*shown.rbegin(), last_picture);
+    EXPECT_GE(shown.size(), (last_picture + 1) * 9 / 10) << "a busy machine may make some late";
+}
+
+TEST_F(GrowingFile, AtItsEndWaitsAndGoesOn) {
+    write_up_to(0.4);
+    ASSERT_EQ(engine_.play(file_, PLAYER_SPD_PAUSE), 0);
+    engine_.seek(4);
+    engine_.resume();
+    ASSERT_TRUE(engine_.wait_for_info(is_ended)) << "nobody writes any more";
+    unsigned whole = 0;
+    for (const ReceivedPicture& picture : engine_.pictures()) {
+        whole = picture.number.value_or(whole); // the last one may be cut
+    }
+    engine_.forget_pictures();
+    write_up_to(1.0);
+    ASSERT_TRUE(engine_.wait_for_pictures(10));
+    // It begins again where the end of the file may have cut pictures, and leaves none out.
+    EXPECT_GE(engine_.pictures().front().number.value_or(0) + 8, whole);
+    EXPECT_LE(engine_.pictures().front().number, whole + 1);
+    ASSERT_TRUE(engine_.wait_for_info(is_ended));
+    EXPECT_EQ(engine_.last_number(), last_picture);
+}
+
+TEST_F(GrowingFile, CanBeReviewedInWhatIsWritten) {
+    write_up_to(0.7);
+    ASSERT_EQ(engine_.play(file_, PLAYER_SPD_PAUSE), 0);
+    const auto recorder = record_from(0.7);
+    for (const int second : {6, 1, 4}) {
+        engine_.seek(second);
+        EXPECT_TRUE(engine_.wait_for_info([&](const velmora_info_t&) {
+            return engine_.last_number() == static_cast<unsigned>(second) * 25U;
+        }));
+    }
+    engine_.set_tempo(PLAYER_DIR_PREVWARD, PLAYER_SPD_NORMAL);
+    engine_.forget_pictures();
+    ASSERT_TRUE(engine_.wait_for_pictures(15));
+    const auto pictures = engine_.pictures();
+    EXPECT_TRUE(std::ranges::is_sorted(pictures, std::ranges::greater{},
+                                       [](const ReceivedPicture& picture) { return *picture.number; }));
+}
+
+} // namespace
