@@ -48,7 +48,8 @@ void ForwardRun::restart(const DecodingStart& start, Position target) {
     outlet_.sounds->clear();
     outlet_.discard_sound();
     set_lateness(0);
-    choose_skip();
+    // Whatever the speed, the first picture is the one asked for.
+    set_skip(AVDISCARD_DEFAULT);
     feed_.seek(start);
     video_.restart(target);
     sound_.restart(target);
@@ -209,13 +210,16 @@ void ForwardRun::set_lateness(int lateness) {
     }
 }
 
-void ForwardRun::choose_skip() {
-    const AVDiscard planned = video_.shares().skip_for(magnitude_);
-    const AVDiscard skip = std::max(planned, skip_when_late[static_cast<std::size_t>(lateness_)]);
+void ForwardRun::set_skip(AVDiscard skip) {
     if (skip != skip_) {
         skip_ = skip;
         video_.set_skip(skip);
     }
+}
+
+void ForwardRun::choose_skip() {
+    const AVDiscard planned = video_.shares().skip_for(magnitude_);
+    set_skip(std::max(planned, skip_when_late[static_cast<std::size_t>(lateness_)]));
     spacing_.set(magnitude_, feed_.unit_duration());
 }
 

@@ -58,6 +58,7 @@ private:
     bool offer_sounds();
     void keep_up(Position position);
     void set_lateness(int lateness);
+    void set_skip(AVDiscard skip);
     void choose_skip();
     bool wants_sound() const;
     bool needs_more() const;

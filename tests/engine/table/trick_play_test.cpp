@@ -196,6 +196,18 @@ TEST_F(TrickPlay, ASeekInReverseShowsItsSecondAndGoesOnBackward) {
     EXPECT_TRUE(std::ranges::is_sorted(shown, std::ranges::greater{}));
 }
 
+TEST_F(TrickPlay, ASeekAfterHighSpeedIsExact) {
+    ASSERT_EQ(engine_.play(make_stream(stream(50, 20)), PLAYER_SPD_X5), 0);
+    ASSERT_TRUE(engine_.wait_for_pictures(10));
+    engine_.pause();
+    for (const int second : {3, 11, 5, 17, 8}) {
+        engine_.seek(second);
+        EXPECT_TRUE(engine_.wait_for_info([&](const velmora_info_t&) {
+            return engine_.last_number() == static_cast<unsigned>(second) * fps;
+        })) << second;
+    }
+}
+
 TEST_F(TrickPlay, AThousandRandomCommandsEndWithTheLastOne) {
     ASSERT_EQ(engine_.play(make_stream(stream(50, 20))), 0);
     std::mt19937 random{11};
