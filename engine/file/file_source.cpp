@@ -72,9 +72,9 @@ void require_regular_file(const FileDescriptor& file) {
 } // namespace
 
 FileSource::FileSource(const std::string& latin1_path) {
-    auto [path, descriptor] = open_file(latin1_path);
-    path_ = std::move(path);
-    file_ = std::move(descriptor);
+    OpenedFile opened = open_file(latin1_path);
+    path_ = std::move(opened.path);
+    file_ = std::move(opened.descriptor);
     require_regular_file(file_);
     std::vector<std::uint8_t> head(probe_size);
     head.resize(read(0, head));

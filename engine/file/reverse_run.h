@@ -31,6 +31,8 @@ public:
     ReverseRun(std::shared_ptr<const FileSource> source, AccessPointFinder& points, RunOutlet outlet,
                const Stream& stream, Position from, const std::function<void()>& wake);
     ~ReverseRun() override;
+    ReverseRun(const ReverseRun&) = delete;
+    ReverseRun& operator=(const ReverseRun&) = delete;
 
     bool work() override;
     std::optional<Position> limit() const override;
