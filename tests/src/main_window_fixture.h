@@ -66,6 +66,18 @@ protected:
             return dialog == nullptr ? nullptr : std::function<void()>{[action, dialog] { action(*dialog); }};
         });
     }
+    /// Opens a modal dialog from the menu and works in it, which must close it; nothing of it remains.
+    template <class Dialog>
+    void work_in(const char* menu_action, const std::function<void(Dialog&)>& work) {
+        bool opened = false;
+        when_dialog_opens<Dialog>([&](Dialog& dialog) {
+            opened = true;
+            work(dialog);
+        });
+        trigger(menu_action);
+        EXPECT_TRUE(opened);
+        EXPECT_TRUE(remaining_dialogs().isEmpty());
+    }
     /// Dialogs that still exist, hidden ones too.
     QList<QDialog*> remaining_dialogs();
 

@@ -7,9 +7,7 @@
 #include <QCheckBox>
 #include <QDir>
 #include <QGroupBox>
-#include <QLabel>
 #include <QLineEdit>
-#include <QPushButton>
 #include <QRadioButton>
 #include <QSpinBox>
 
@@ -26,16 +24,8 @@ class NetworkStreamTest : public MainWindowTest {
 protected:
     using Dialog = network_stream;
 
-    /// Opens the dialog from the menu and works in it, which must close it.
     void in_dialog(const std::function<void(Dialog&)>& work) {
-        bool opened = false;
-        when_dialog_opens<Dialog>([&](Dialog& dialog) {
-            opened = true;
-            work(dialog);
-        });
-        trigger("actionNetwork_Stream");
-        EXPECT_TRUE(opened);
-        EXPECT_TRUE(remaining_dialogs().isEmpty());
+        work_in<Dialog>("actionNetwork_Stream", work);
     }
     /// Looks at the dialog and cancels it.
     void look_at_dialog(const std::function<void(Dialog&)>& look) {
@@ -72,46 +62,6 @@ protected:
         EXPECT_TRUE(part(dialog, "portLE").isEnabled());
     }
 };
-
-TEST_F(NetworkStreamTest, TextsAreTheSystemsOwn) {
-    open_window();
-    look_at_dialog([](Dialog& dialog) {
-        EXPECT_EQ(dialog.windowTitle().toStdString(), "Network streaming");
-        const QIcon icon{QStringLiteral(":/new/menuebar/bitmap/network.png")};
-        EXPECT_EQ(dialog.windowIcon().pixmap(32, 32).toImage(), icon.pixmap(32, 32).toImage());
-        for (const auto& [name, expected] :
-             std::vector<std::pair<const char*, const char*>>{{"portLbl", "Port"},
-                                                              {"ipLbl", "IP"},
-                                                              {"rtsp_urlLbl", "URL(IP)"},
-                                                              {"rtsp_serial_portLbl", "Serial Port"},
-                                                              {"rtsp_sdpLbl", "SDP"},
-                                                              {"label", "Sync Delay (MS):"},
-                                                              {"label_5", "Network:"},
-                                                              {"label_6", "Stream mode:"}}) {
-            EXPECT_EQ(part<QLabel>(dialog, name).text().toStdString(), expected);
-        }
-        for (const auto& [name, expected] :
-             std::vector<std::pair<const char*, const char*>>{{"cancelNetwork", "Cancel"},
-                                                              {"playNetwork", "Play"},
-                                                              {"record_browes", "Directory"},
-                                                              {"unicasRd", "Unicast"},
-                                                              {"multicastRD", "Multicast"},
-                                                              {"rtsp_udpRD", "UDP"},
-                                                              {"rtsp_tcpRD", "TCP"},
-                                                              {"transportRD", "Transport"},
-                                                              {"rtpRD", "RTP"},
-                                                              {"splitRD", "Split"},
-                                                              {"rtspRD", "RTSP"},
-                                                              {"record_index_mode", "Trick  Mode"}}) {
-            EXPECT_EQ(part<QAbstractButton>(dialog, name).text().toStdString(), expected);
-        }
-        EXPECT_EQ(part<QGroupBox>(dialog, "record_grp").title().toStdString(), "Record");
-        for (const char* group : {"groupBox", "groupBox_2"}) {
-            EXPECT_TRUE(part<QGroupBox>(dialog, group).title().isEmpty());
-            EXPECT_FALSE(part<QGroupBox>(dialog, group).isCheckable());
-        }
-    });
-}
 
 TEST_F(NetworkStreamTest, AFreshStartShowsTheDefaults) {
     open_window();
@@ -391,39 +341,6 @@ TEST_F(NetworkStreamTest, EnterInAFieldPlays) {
     });
     EXPECT_EQ(stored("Port"), QJsonValue{4000});
     EXPECT_EQ(last_call("Velmora_start")->number, 4);
-}
-
-TEST_F(NetworkStreamTest, TabWalksTheFormFromTopToBottom) {
-    store({{QStringLiteral("do_record"), 1}});
-    open_window();
-    look_at_dialog([](Dialog& dialog) {
-        click_on(dialog, "multicastRD");
-        EXPECT_EQ(walk_by_tab(dialog, "transportRD", 11),
-                  (std::vector<std::string>{"transportRD", "multicastRD", "ipLE", "portLE", "sync_delay",
-                                            "record_grp", "rec_path", "record_browes", "record_index_mode",
-                                            "playNetwork", "cancelNetwork"}));
-    });
-}
-
-TEST_F(NetworkStreamTest, ALargerFontGrowsTheDialogAndHidesNothing) {
-    open_window();
-    const QFont normal = QApplication::font();
-    QSize usual;
-    look_at_dialog([&](Dialog& dialog) { usual = dialog.size(); });
-    QFont large = normal;
-    large.setPointSizeF(normal.pointSizeF() * 2);
-    QApplication::setFont(large);
-    look_at_dialog([&](Dialog& dialog) {
-        EXPECT_GT(dialog.width(), usual.width());
-        EXPECT_GT(dialog.height(), usual.height());
-        for (const auto* label : dialog.findChildren<QLabel*>()) {
-            if (label->isVisible()) {
-                EXPECT_GE(label->width(), label->sizeHint().width()) << label->objectName().toStdString();
-                EXPECT_GE(label->height(), label->sizeHint().height()) << label->objectName().toStdString();
-            }
-        }
-    });
-    QApplication::setFont(normal);
 }
 
 TEST_F(NetworkStreamTest, WithoutAnEngineTheSettingsAreStoredAndTheBannerStays) {

@@ -17,17 +17,7 @@ class StreamDataTest : public MainWindowTest {
 protected:
     using Dialog = stream_data;
 
-    /// Opens the dialog from the menu and works in it, which must close it.
-    void in_dialog(const std::function<void(Dialog&)>& work) {
-        bool opened = false;
-        when_dialog_opens<Dialog>([&](Dialog& dialog) {
-            opened = true;
-            work(dialog);
-        });
-        trigger("actionData");
-        EXPECT_TRUE(opened);
-        EXPECT_TRUE(remaining_dialogs().isEmpty());
-    }
+    void in_dialog(const std::function<void(Dialog&)>& work) { work_in<Dialog>("actionData", work); }
     static void store(const QJsonObject& data) { save_section(QStringLiteral("stream_data_save"), data); }
     static QJsonObject stored() {
         return saved_configuration().value(QStringLiteral("stream_data_save")).toObject();
