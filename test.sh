@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds everything and runs all checks and tests:
 #   1. the development build with every test,
-#   2. formatting and forms,
+#   2. formatting and forms, and what clang-tidy says of the application and the engine (of everything:
+#      scripts/tidy.sh build/dev),
 #   3. unit, application and engine tests under AddressSanitizer and UndefinedBehaviorSanitizer,
 #   4. the engine's and the media blocks' tests, threads and all, under ThreadSanitizer.
 set -euo pipefail
@@ -26,6 +27,7 @@ build dev
 run_tests dev
 
 scripts/lint.sh
+scripts/tidy.sh build/dev src general engine engine_blocks
 
 sanitizers=$PWD/tests/sanitizers
 # Whole stacks, so that a leak is told from one of a library without frame pointers.

@@ -1,6 +1,5 @@
 #!/usr/bin/env bash
-# Checks the formatting and the forms; with a build folder also what clang-tidy has to say.
-# usage: lint.sh [BUILD_FOLDER]   (a configured and built one: clang-tidy needs its compile commands)
+# Checks the formatting of sources and that forms and images are well formed.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -14,7 +13,4 @@ if ((${#forms[@]} > 0)); then
     xmllint --noout "${forms[@]}"
 fi
 
-if [[ -n "${1:-}" ]]; then
-    scripts/tidy.sh "$1"
-fi
 echo "lint: passed"

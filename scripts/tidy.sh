@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
-# Checks every source with clang-tidy. A source that passed is not looked at again until it, what it includes or
+# Checks sources with clang-tidy: all, or those below the folders named. A source that passed is not looked at again until it, what it includes or
 # the checks change; what passed is remembered in the user's cache, for every build folder.
-# usage: tidy.sh BUILD_FOLDER   (a built one: clang-tidy needs its compile commands and generated headers)
+# usage: tidy.sh BUILD_FOLDER [FOLDER...]   (a built one: clang-tidy needs its compile commands and headers)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 build=$(realpath "$1")
+shift
+folders=("${@%/}")
 root=$PWD
 passed=${XDG_CACHE_HOME:-$HOME/.cache}/zandor-player/tidy
 mkdir -p "$passed"
@@ -24,11 +26,21 @@ built_from() {
     )
 }
 
+is_wanted() {
+    local folder
+    [[ "$1" == *.cpp && "$1" != build/* ]] || return 1
+    ((${#folders[@]} > 0)) || return 0
+    for folder in "${folders[@]}"; do
+        [[ "$1" == "$folder"/* ]] && return 0
+    done
+    return 1
+}
+
 pending=()
 count=0
 while read -ra files; do
     unit=${files[0]}
-    [[ "$unit" == *.cpp && "$unit" != build/* ]] || continue
+    is_wanted "$unit" || continue
     ((++count))
     stamp=$passed/$(sha256sum "${files[@]}" | sed "1i $checks" | sha256sum | cut -c1-32)
     [[ -e "$stamp" ]] || pending+=("$unit $stamp")
