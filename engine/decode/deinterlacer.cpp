@@ -8,8 +8,6 @@
 #include <utility>
 
 extern "C" {
-#include <libavfilter/buffersink.h>
-#include <libavfilter/buffersrc.h>
 #include <libavutil/mathematics.h>
 }
 
@@ -24,10 +22,11 @@ constexpr AVRational timeline_base{Timeline::period::num, static_cast<int>(Timel
 constexpr const char* filter_name = "bwdif";
 constexpr const char* filter_options = "mode=send_frame:parity=auto:deint=interlaced";
 
-AVFilterContext* add(AVFilterGraph& graph, const char* name, const char* options) {
+AVFilterContext* add(const FilterLibrary& library, AVFilterGraph& graph, const char* name,
+                     const char* options) {
     AVFilterContext* filter = nullptr;
     const int result =
-        avfilter_graph_create_filter(&filter, avfilter_get_by_name(name), name, options, nullptr, &graph);
+        library.graph_create_filter(&filter, library.get_by_name(name), name, options, nullptr, &graph);
     return result < 0 ? nullptr : filter;
 }
 
@@ -54,7 +53,7 @@ void Deinterlacer::filter(AvFrame picture, const Sink& sink) {
         sink(std::move(picture));
         return;
     }
-    if (av_buffersrc_add_frame(input_, picture.get()) < 0) {
+    if (library_->buffersrc_add_frame(input_, picture.get()) < 0) {
         log_incident("video", "deinterlacer", "refuses a picture, left out");
         return;
     }
@@ -62,7 +61,7 @@ void Deinterlacer::filter(AvFrame picture, const Sink& sink) {
 }
 
 void Deinterlacer::drain(const Sink& sink) {
-    if (graph_ && av_buffersrc_add_frame(input_, nullptr) >= 0) {
+    if (graph_ && library_->buffersrc_add_frame(input_, nullptr) >= 0) {
         receive(sink);
     }
     flush();
@@ -75,7 +74,11 @@ void Deinterlacer::flush() {
 }
 
 bool Deinterlacer::build(const Shape& shape) {
-    FilterGraph graph{avfilter_graph_alloc()};
+    library_ = FilterLibrary::get();
+    if (library_ == nullptr) {
+        return false;
+    }
+    FilterGraph graph{library_->graph_alloc(), GraphDeleter{library_}};
     if (!graph) {
         throw std::bad_alloc{};
     }
@@ -86,12 +89,12 @@ bool Deinterlacer::build(const Shape& shape) {
                                 ":time_base=" + number(timeline_base.num) + '/' + number(timeline_base.den) +
                                 ":pixel_aspect=" + number(shape.pixel_aspect.num) + '/' +
                                 number(shape.pixel_aspect.den);
-    AVFilterContext* const input = add(*graph, "buffer", options.c_str());
-    AVFilterContext* const middle = add(*graph, filter_name, filter_options);
-    AVFilterContext* const output = add(*graph, "buffersink", nullptr);
+    AVFilterContext* const input = add(*library_, *graph, "buffer", options.c_str());
+    AVFilterContext* const middle = add(*library_, *graph, filter_name, filter_options);
+    AVFilterContext* const output = add(*library_, *graph, "buffersink", nullptr);
     if (input == nullptr || middle == nullptr || output == nullptr ||
-        avfilter_link(input, 0, middle, 0) < 0 || avfilter_link(middle, 0, output, 0) < 0 ||
-        avfilter_graph_config(graph.get(), nullptr) < 0) {
+        library_->link(input, 0, middle, 0) < 0 || library_->link(middle, 0, output, 0) < 0 ||
+        library_->graph_config(graph.get(), nullptr) < 0) {
         log_incident("video", "deinterlacer", "cannot be set up, pictures stay combed");
         return false;
     }
@@ -105,11 +108,12 @@ bool Deinterlacer::build(const Shape& shape) {
 void Deinterlacer::receive(const Sink& sink) {
     for (;;) {
         AvFrame picture = make_frame();
-        if (av_buffersink_get_frame(output_, picture.get()) < 0) {
+        if (library_->buffersink_get_frame(output_, picture.get()) < 0) {
             return;
         }
         if (picture->pts != AV_NOPTS_VALUE) {
-            picture->pts = av_rescale_q(picture->pts, av_buffersink_get_time_base(output_), timeline_base);
+            picture->pts =
+                av_rescale_q(picture->pts, library_->buffersink_get_time_base(output_), timeline_base);
         }
         sink(std::move(picture));
     }

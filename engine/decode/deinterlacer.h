@@ -1,9 +1,11 @@
 // Turns pictures of two fields into pictures of one moment.
 #pragma once
 
+#include "decode/filter_library.h"
 #include "media/av_handles.h"
 
 #include <functional>
+#include <memory>
 
 extern "C" {
 #include <libavutil/pixfmt.h>
@@ -39,13 +41,20 @@ private:
         bool operator==(const Shape& other) const;
     };
 
+    struct GraphDeleter {
+        const FilterLibrary* library;
+        void operator()(AVFilterGraph* graph) const noexcept { library->graph_free(&graph); }
+    };
+    using FilterGraph = std::unique_ptr<AVFilterGraph, GraphDeleter>;
+
     static Shape shape_of(const AVFrame& picture);
     bool build(const Shape& shape);
     void receive(const Sink& sink);
 
-    FilterGraph graph_;                ///< none while everything passes
-    AVFilterContext* input_{nullptr};  ///< owned by graph_
-    AVFilterContext* output_{nullptr}; ///< owned by graph_
+    const FilterLibrary* library_{nullptr};             ///< for good, once it was needed
+    FilterGraph graph_{nullptr, GraphDeleter{nullptr}}; ///< none while everything passes
+    AVFilterContext* input_{nullptr};                   ///< owned by graph_
+    AVFilterContext* output_{nullptr};                  ///< owned by graph_
     Shape shape_;
     bool enabled_{true};
 };

@@ -3,7 +3,6 @@
 
 extern "C" {
 #include <libavcodec/avcodec.h>
-#include <libavfilter/avfilter.h>
 #include <libavutil/frame.h>
 #include <libswresample/swresample.h>
 #include <libswscale/swscale.h>
@@ -30,7 +29,6 @@ using AvFrame = std::unique_ptr<AVFrame, AvDeleter<av_frame_free>>;
 using AvPacket = std::unique_ptr<AVPacket, AvDeleter<av_packet_free>>;
 using CodecContext = std::unique_ptr<AVCodecContext, AvDeleter<avcodec_free_context>>;
 using CodecParser = std::unique_ptr<AVCodecParserContext, AvDeleter<av_parser_close>>;
-using FilterGraph = std::unique_ptr<AVFilterGraph, AvDeleter<avfilter_graph_free>>;
 using Scaler = std::unique_ptr<SwsContext, AvDeleter<sws_freeContext>>;
 using Resampler = std::unique_ptr<SwrContext, AvDeleter<swr_free>>;
 
