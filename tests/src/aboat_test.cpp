@@ -14,20 +14,14 @@ class AboatTest : public MainWindowTest {
 protected:
     void SetUp() override { open_window(); }
 
-    /// Opens the dialog, lets the person act, and sees to it that it is closed afterwards.
     void open_dialog(const std::function<void(aboat&)>& person) {
-        when_dialog_opens([&](QDialog& opened) {
-            auto* const dialog = qobject_cast<aboat*>(&opened);
-            EXPECT_NE(dialog, nullptr);
-            EXPECT_EQ(opened.parent(), &window());
-            EXPECT_TRUE(QTest::qWaitForWindowActive(&opened, patience_ms));
-            person(*dialog);
-            if (opened.isVisible()) {
-                opened.close();
-            }
+        work_in<aboat>("actionAbuat", [&](aboat& dialog) {
+            EXPECT_EQ(dialog.parent(), &window());
+            EXPECT_TRUE(
+                QTest::qWaitFor([&] { return QApplication::activeWindow() == &dialog; }, patience_ms));
+            person(dialog);
+            dialog.close();
         });
-        trigger("actionAbuat");
-        EXPECT_TRUE(window().findChildren<aboat*>().isEmpty()) << "gone after use";
     }
     static QLabel& label(aboat& dialog, const char* name) {
         return *dialog.findChild<QLabel*>(QLatin1String(name));

@@ -15,20 +15,14 @@ class HelpTest : public MainWindowTest {
 protected:
     void SetUp() override { open_window(); }
 
-    /// Opens the dialog, lets the person act, and sees to it that it is closed afterwards.
     void open_dialog(const std::function<void(help&)>& person) {
-        when_dialog_opens([&](QDialog& opened) {
-            auto* const dialog = qobject_cast<help*>(&opened);
-            EXPECT_NE(dialog, nullptr);
-            EXPECT_EQ(opened.parent(), &window());
-            EXPECT_TRUE(QTest::qWaitForWindowActive(&opened, patience_ms));
-            person(*dialog);
-            if (opened.isVisible()) {
-                opened.close();
-            }
+        work_in<help>("actionHelp", [&](help& dialog) {
+            EXPECT_EQ(dialog.parent(), &window());
+            EXPECT_TRUE(
+                QTest::qWaitFor([&] { return QApplication::activeWindow() == &dialog; }, patience_ms));
+            person(dialog);
+            dialog.close();
         });
-        trigger("actionHelp");
-        EXPECT_TRUE(window().findChildren<help*>().isEmpty()) << "gone after use";
     }
     static QLabel& label(help& dialog, const char* name) {
         return *dialog.findChild<QLabel*>(QLatin1String(name));

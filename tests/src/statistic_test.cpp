@@ -29,7 +29,8 @@ protected:
         when_dialog_opens([&](QDialog& opened) {
             dialog_ = qobject_cast<statistic*>(&opened);
             EXPECT_NE(dialog_, nullptr);
-            EXPECT_TRUE(QTest::qWaitForWindowActive(&opened, patience_ms));
+            EXPECT_TRUE(
+                QTest::qWaitFor([&] { return QApplication::activeWindow() == &opened; }, patience_ms));
             person();
             if (opened.isVisible()) {
                 opened.close();
