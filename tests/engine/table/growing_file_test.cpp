@@ -123,4 +123,31 @@ TEST_F(GrowingFile, CanBeReviewedInWhatIsWritten) {
                                        [](const ReceivedPicture& picture) { return *picture.number; }));
 }
 
+TEST_F(GrowingFile, DeletedOrReplacedWhileItPlaysPlaysOn) {
+    write_up_to(1.0);
+    ASSERT_EQ(engine_.play(file_, PLAYER_SPD_PAUSE), 0);
+    const auto other = scratch_.write("other.ts", Bytes(10'000, 'x'));
+    std::filesystem::rename(other, file_);
+    engine_.seek(9);
+    EXPECT_TRUE(engine_.wait_for_info([&](const velmora_info_t&) { return engine_.last_number() == 225U; }));
+    std::filesystem::remove(file_);
+    engine_.seek(3);
+    EXPECT_TRUE(engine_.wait_for_info([&](const velmora_info_t&) { return engine_.last_number() == 75U; }));
+}
+
+TEST_F(GrowingFile, CutWhileItPlaysEndsWhereItWasCut) {
+    write_up_to(1.0);
+    ASSERT_EQ(engine_.play(file_, PLAYER_SPD_PAUSE), 0);
+    ASSERT_TRUE(engine_.wait_for_info(
+        [](const velmora_info_t& info) { return info.player_info.total_second == seconds; }));
+    std::filesystem::resize_file(file_, written_ / 3);
+    engine_.seek(10);
+    engine_.resume();
+    EXPECT_TRUE(engine_.wait_for_info(is_ended));
+    engine_.pause();
+    engine_.seek(2);
+    EXPECT_TRUE(engine_.wait_for_info([&](const velmora_info_t&) { return engine_.last_number() == 50U; }))
+        << "what is left can be reviewed";
+}
+
 } // namespace
