@@ -13,7 +13,8 @@ using namespace std::chrono_literals;
 
 constexpr unsigned fps = 25;
 
-StreamRecipe stream(int gop, int seconds, const std::string& codec = "h264", int bframes = 3) {
+StreamRecipe stream(int gop, int seconds, const std::string& codec = "h264", int bframes = 3,
+                    const std::string& options = {}) {
     StreamRecipe recipe;
     recipe.codec = codec;
     recipe.width = 320;
@@ -22,6 +23,7 @@ StreamRecipe stream(int gop, int seconds, const std::string& codec = "h264", int
     recipe.gop = gop;
     recipe.bframes = bframes;
     recipe.audio = "mp2";
+    recipe.video_options = options;
     return recipe;
 }
 
@@ -74,13 +76,14 @@ TEST_P(Reverse, ShowsEveryPictureOnceInFallingOrder) {
     EXPECT_EQ(info.player_info.direction, PLAYER_DIR_PREVWARD);
 }
 
-INSTANTIATE_TEST_SUITE_P(Streams, Reverse,
-                         testing::Values(TrickCase{"H264", stream(50, 6)},
-                                         TrickCase{"H264LongGop", stream(250, 6)},
-                                         TrickCase{"Hevc", stream(50, 6, "hevc")},
-                                         TrickCase{"Mpeg2", stream(12, 6, "mpeg2", 2)},
-                                         TrickCase{"H264WithoutReordering", stream(25, 6, "h264", 0)}),
-                         [](const auto& instance) { return instance.param.name; });
+INSTANTIATE_TEST_SUITE_P(
+    Streams, Reverse,
+    testing::Values(TrickCase{"H264", stream(50, 6)}, TrickCase{"H264LongGop", stream(250, 6)},
+                    TrickCase{"H264OpenGop", stream(50, 6, "h264", 3, "-x264-params open-gop=1")},
+                    TrickCase{"H264OneKeyPicture", stream(100000, 6)},
+                    TrickCase{"Hevc", stream(50, 6, "hevc")}, TrickCase{"Mpeg2", stream(12, 6, "mpeg2", 2)},
+                    TrickCase{"H264WithoutReordering", stream(25, 6, "h264", 0)}),
+    [](const auto& instance) { return instance.param.name; });
 
 struct Pace {
     int direction;
