@@ -37,7 +37,8 @@ export UBSAN_OPTIONS=print_stacktrace=1
 export TSAN_OPTIONS=suppressions=$sanitizers/tsan.supp:halt_on_error=1
 
 build asan
-run_tests asan --label-exclude 'end_to_end'
+# Tests on a display drive whole processes and what the desktop loads into them.
+run_tests asan --label-exclude 'end_to_end|display'
 
 build tsan engine_audio_tests engine_blocks_tests engine_table_tests engine_unit_tests
 run_tests tsan --label-regex engine
