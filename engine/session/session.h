@@ -1,7 +1,7 @@
 // One engine session: everything that runs between open and close.
 #pragma once
 
-#include "file/file_player.h"
+#include "play/file_player.h"
 #include "present/audio_out.h"
 #include "present/presenter.h"
 #include "velmoraapi.h"

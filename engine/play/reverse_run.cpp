@@ -1,4 +1,4 @@
-#include "file/reverse_run.h"
+#include "play/reverse_run.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,9 +1,9 @@
 // What a poll may read of a running playback at any time, without waiting for it.
 #pragma once
 
-#include "decode/picture_size.h"
-#include "file/tempo.h"
 #include "media/timeline.h"
+#include "play/tempo.h"
+#include "tracks/stream_facts.h"
 #include "velmoraapi.h"
 
 #include <cstdint>
@@ -17,25 +17,8 @@ struct PlaybackFacts {
     bool running{false}; ///< the first picture or sound is there
     Tempo tempo;
     bool at_end{false};
-    bool at_start{false};          ///< reverse play has reached the beginning
-    PictureSize picture;           ///< shown last, square pixels
-    std::int32_t frame_rate{0};    ///< pictures per second of the stream, measured
-    std::int32_t bitrate{0};       ///< kbit/s over the last second of the stream
-    std::int32_t video_codec{0};   ///< AVCodecID
-    std::int32_t audio_codec{0};   ///< AVCodecID
-    std::int32_t sample_rate{0};   ///< Hz
-    std::int32_t audio_bitrate{0}; ///< kbit/s
-    std::int32_t channels{0};
-    std::int32_t bits_per_sample{0};
-    std::int32_t data_codec{0}; ///< AVCodecID
-};
-
-/// Numbers that only grow until a reset.
-struct PlaybackCounters {
-    std::uint64_t decoded_pictures{0};
-    std::uint64_t shown_pictures{0};
-    std::uint64_t errors{0}; ///< of decoders and of the continuity counters
-    std::uint64_t data_units{0};
+    bool at_start{false}; ///< reverse play has reached the beginning
+    StreamFacts stream;
 };
 
 /// One mutex around plain records. Thread-safe.
@@ -62,8 +45,8 @@ private:
     mutable std::mutex mutex_;
     const std::string path_;
     PlaybackFacts facts_;
-    PlaybackCounters counters_;
-    PlaybackCounters baseline_; ///< at the last reset
+    StreamCounters counters_;
+    StreamCounters baseline_; ///< at the last reset
 };
 
 } // namespace velmora

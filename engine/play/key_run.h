@@ -2,10 +2,10 @@
 #pragma once
 
 #include "file/file_source.h"
-#include "file/play_run.h"
 #include "file/stream_feed.h"
-#include "file/video_track.h"
 #include "index/access_point_finder.h"
+#include "play/play_run.h"
+#include "tracks/video_track.h"
 
 #include <memory>
 #include <optional>

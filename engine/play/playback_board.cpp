@@ -1,9 +1,8 @@
-#include "file/playback_board.h"
+#include "play/playback_board.h"
 
 #include <algorithm>
 #include <chrono>
 #include <cstring>
-#include <limits>
 
 namespace velmora {
 
@@ -11,11 +10,6 @@ namespace {
 
 std::int32_t whole_seconds(Ticks ticks) {
     return static_cast<std::int32_t>(std::chrono::duration_cast<std::chrono::seconds>(ticks).count());
-}
-
-std::int32_t count_since(std::uint64_t now, std::uint64_t baseline) {
-    constexpr std::uint64_t most = std::numeric_limits<std::int32_t>::max();
-    return static_cast<std::int32_t>(std::min(now - baseline, most));
 }
 
 std::int32_t state_of(const PlaybackFacts& facts) {
@@ -48,23 +42,7 @@ void PlaybackBoard::report(velmora_info_t& info, Position position, Ticks length
     std::memcpy(player.full_file_name, path_.data(), path_size);
     player.full_file_name[path_size] = '\0';
 
-    info.inp_width = facts_.picture.width;
-    info.inp_height = facts_.picture.height;
-
-    get_stream_info& stream = info.get_strm_info;
-    stream.inp_fps = facts_.frame_rate;
-    stream.imp_bitrate = facts_.bitrate;
-    stream.inp_dec_error = count_since(counters_.errors, baseline_.errors);
-    stream.inp_dec_frame = count_since(counters_.decoded_pictures, baseline_.decoded_pictures);
-    stream.inp_disp_frames = count_since(counters_.shown_pictures, baseline_.shown_pictures);
-    stream.v_codec = facts_.video_codec;
-    stream.a_codec = facts_.audio_codec;
-    stream.a_sample_rate = facts_.sample_rate;
-    stream.a_bitrate = facts_.audio_bitrate;
-    stream.a_channles = facts_.channels;
-    stream.a_bits_per_ch = facts_.bits_per_sample;
-    stream.d_codec = facts_.data_codec;
-    stream.d_packets = count_since(counters_.data_units, baseline_.data_units);
+    report_stream(info, facts_.stream, counters_, baseline_);
 }
 
 void PlaybackBoard::reset_counters() {

@@ -2,12 +2,12 @@
 #pragma once
 
 #include "file/file_source.h"
-#include "file/picture_spacing.h"
-#include "file/play_run.h"
-#include "file/sound_track.h"
 #include "file/stream_feed.h"
-#include "file/video_track.h"
 #include "index/access_point_finder.h"
+#include "play/picture_spacing.h"
+#include "play/play_run.h"
+#include "tracks/sound_track.h"
+#include "tracks/video_track.h"
 
 #include <functional>
 #include <memory>

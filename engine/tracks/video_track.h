@@ -3,8 +3,8 @@
 
 #include "decode/deinterlacer.h"
 #include "decode/video_decoder.h"
-#include "file/media_units.h"
 #include "media/picture.h"
+#include "tracks/media_units.h"
 
 #include <cstdint>
 #include <deque>

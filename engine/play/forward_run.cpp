@@ -1,4 +1,4 @@
-#include "file/forward_run.h"
+#include "play/forward_run.h"
 
 #include "diagnostics/log.h"
 
@@ -76,7 +76,8 @@ void ForwardRun::set_magnitude(double magnitude) {
 }
 
 bool ForwardRun::sound_only() const {
-    return approach_ == Approach::sound_only || (feed_.selection() && !feed_.selection()->video);
+    return approach_ == Approach::sound_only ||
+           (feed_.units().selection() && !feed_.units().selection()->video);
 }
 
 /// At other speeds nothing is heard, but where there is nothing else, sound keeps the pace.
@@ -102,7 +103,7 @@ bool ForwardRun::work() {
 
 bool ForwardRun::decode_video() {
     if (approach_ == Approach::sound_only) {
-        while (feed_.take_video()) {
+        while (feed_.units().take_video()) {
             // A stream that cannot be decoded must not fill the memory.
         }
         return false;
@@ -110,7 +111,7 @@ bool ForwardRun::decode_video() {
     if (!video_.ready().empty()) {
         return false;
     }
-    auto unit = feed_.take_video();
+    auto unit = feed_.units().take_video();
     if (unit) {
         video_.decode(std::move(*unit));
         outlet_.facts_changed();
@@ -122,7 +123,7 @@ bool ForwardRun::decode_sound() {
     if (!sound_.ready().empty()) {
         return false;
     }
-    auto unit = feed_.take_sound();
+    auto unit = feed_.units().take_sound();
     if (unit && wants_sound()) {
         sound_.decode(std::move(*unit));
     }
@@ -134,10 +135,10 @@ bool ForwardRun::needs_more() const {
         return false;
     }
     const bool wants_pictures = !sound_only() && video_.ready().empty();
-    const bool has_sound = feed_.selection() && feed_.selection()->audio;
+    const bool has_sound = feed_.units().selection() && feed_.units().selection()->audio;
     const bool lacks_sound = has_sound && sound_.ready().empty() && wants_sound();
-    return (wants_pictures && feed_.waiting_bytes() < most_waiting_for_pictures) ||
-           (lacks_sound && feed_.waiting_bytes() < most_waiting_for_sound);
+    return (wants_pictures && feed_.units().waiting_bytes() < most_waiting_for_pictures) ||
+           (lacks_sound && feed_.units().waiting_bytes() < most_waiting_for_sound);
 }
 
 void ForwardRun::offer_preview(Picture picture) {
@@ -220,13 +221,13 @@ void ForwardRun::set_skip(AVDiscard skip) {
 void ForwardRun::choose_skip() {
     const AVDiscard planned = video_.shares().skip_for(magnitude_);
     set_skip(std::max(planned, skip_when_late[static_cast<std::size_t>(lateness_)]));
-    spacing_.set(magnitude_, feed_.unit_duration());
+    spacing_.set(magnitude_, feed_.units().unit_duration());
 }
 
 /// An access point that did not serve, such as in damaged data or before a refresh is complete, shows itself
 /// by a first picture behind the target: decoding begins at an earlier one then.
 bool ForwardRun::step_back_from(const Picture& first) {
-    return first.position > target_ + feed_.unit_duration() * 3 / 2 && step_back();
+    return first.position > target_ + feed_.units().unit_duration() * 3 / 2 && step_back();
 }
 
 bool ForwardRun::step_back() {
@@ -265,8 +266,8 @@ bool ForwardRun::offer_sounds() {
 /// @return false when everything was brought out before
 bool ForwardRun::finish_tracks() {
     // Without a picture the clock stands still and sound waits for ever: that is no reason to wait for it.
-    const bool waits_for_sound = feed_.has_sound() && (offered_ || sound_.ready().empty());
-    if (!feed_.at_end() || feed_.has_video() || waits_for_sound || tracks_finished_) {
+    const bool waits_for_sound = feed_.units().has_sound() && (offered_ || sound_.ready().empty());
+    if (!feed_.at_end() || feed_.units().has_video() || waits_for_sound || tracks_finished_) {
         return false;
     }
     tracks_finished_ = true;
@@ -293,12 +294,14 @@ bool ForwardRun::finish_tracks() {
 }
 
 void ForwardRun::try_next_approach() {
-    if (approach_ == Approach::from_access_point && feed_.selection() && feed_.selection()->video) {
+    if (approach_ == Approach::from_access_point && feed_.units().selection() &&
+        feed_.units().selection()->video) {
         approach_ = Approach::from_anywhere;
         video_ = VideoTrack{};
         video_.accept_damaged_start();
         log_incident("file", "start", name_ + ": no access point, decoding begins without one");
-    } else if (approach_ != Approach::sound_only && feed_.selection() && feed_.selection()->audio) {
+    } else if (approach_ != Approach::sound_only && feed_.units().selection() &&
+               feed_.units().selection()->audio) {
         approach_ = Approach::sound_only;
         log_incident("file", "start", name_ + ": no picture can be decoded, only sound plays");
     } else {
@@ -311,7 +314,7 @@ std::optional<Position> ForwardRun::limit() const {
     if (!feed_.at_end() || !tracks_finished_ || !video_.ready().empty() || !sound_.ready().empty()) {
         return std::nullopt;
     }
-    return last_offered_ ? *last_offered_ + feed_.unit_duration() : sound_.end();
+    return last_offered_ ? *last_offered_ + feed_.units().unit_duration() : sound_.end();
 }
 
 } // namespace velmora

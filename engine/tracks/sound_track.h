@@ -2,9 +2,9 @@
 #pragma once
 
 #include "decode/audio_decoder.h"
-#include "file/media_units.h"
-#include "file/playback_board.h"
 #include "media/sound_frame.h"
+#include "tracks/media_units.h"
+#include "tracks/stream_facts.h"
 
 #include <cstdint>
 #include <deque>
@@ -27,7 +27,7 @@ public:
     /// End of the sound decoded last.
     std::optional<Position> end() const { return end_; }
     /// Fills in codec, rate and the like.
-    void report(PlaybackFacts& facts) const;
+    void report(StreamFacts& facts) const;
     std::uint64_t errors() const { return past_errors_ + (decoder_ ? decoder_->errors() : 0); }
 
 private:

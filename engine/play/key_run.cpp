@@ -1,4 +1,4 @@
-#include "file/key_run.h"
+#include "play/key_run.h"
 
 #include <algorithm>
 #include <chrono>
@@ -104,7 +104,7 @@ std::optional<Picture> KeyRun::decode(const AccessPoint& point) {
     feed_.seek(point);
     video_.restart(point.clean_from);
     for (int units = 0; units < longest_refresh && video_.ready().empty();) {
-        auto unit = feed_.take_video();
+        auto unit = feed_.units().take_video();
         if (!unit) {
             if (!feed_.read_more()) {
                 break;

@@ -2,10 +2,10 @@
 #pragma once
 
 #include "file/file_source.h"
-#include "file/picture_spacing.h"
-#include "file/play_run.h"
-#include "file/window_decoder.h"
 #include "index/access_point_finder.h"
+#include "play/picture_spacing.h"
+#include "play/play_run.h"
+#include "play/window_decoder.h"
 
 #include <array>
 #include <deque>

@@ -1,4 +1,4 @@
-#include "file/stream_meter.h"
+#include "tracks/stream_meter.h"
 
 #include <chrono>
 #include <cmath>

@@ -3,8 +3,8 @@
 
 #include "file/file_source.h"
 #include "file/stream_feed.h"
-#include "file/video_track.h"
 #include "index/access_point_finder.h"
+#include "tracks/video_track.h"
 
 #include <atomic>
 #include <condition_variable>

@@ -1,4 +1,4 @@
-#include "file/video_track.h"
+#include "tracks/video_track.h"
 
 #include "diagnostics/log.h"
 #include "ts/access_point.h"

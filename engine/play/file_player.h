@@ -2,14 +2,14 @@
 #pragma once
 
 #include "file/file_source.h"
-#include "file/forward_run.h"
-#include "file/play_run.h"
-#include "file/playback_board.h"
 #include "file/tag_list.h"
-#include "file/tempo.h"
 #include "index/access_point_finder.h"
 #include "index/index_scanner.h"
 #include "media/timeline.h"
+#include "play/forward_run.h"
+#include "play/play_run.h"
+#include "play/playback_board.h"
+#include "play/tempo.h"
 #include "present/picture_source.h"
 
 #include <condition_variable>

@@ -1,4 +1,4 @@
-#include "file/window_decoder.h"
+#include "play/window_decoder.h"
 
 #include "diagnostics/log.h"
 
@@ -54,13 +54,13 @@ void WindowDecoder::work_on(DecodedWindow& window, const std::stop_token& stop) 
     video_.set_skip(window.skip);
     bool is_finished = false;
     while (!is_finished && !window.abandoned && !stop.stop_requested()) {
-        if (auto unit = feed_.take_video()) {
+        if (auto unit = feed_.units().take_video()) {
             video_.decode(std::move(*unit));
         } else if (!feed_.read_more()) {
             video_.finish();
             is_finished = true;
         }
-        while (feed_.take_sound()) {
+        while (feed_.units().take_sound()) {
             // Nothing is heard in reverse.
         }
         for (Picture& picture : video_.ready()) {

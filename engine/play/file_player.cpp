@@ -1,8 +1,8 @@
-#include "file/file_player.h"
+#include "play/file_player.h"
 
 #include "diagnostics/log.h"
-#include "file/key_run.h"
-#include "file/reverse_run.h"
+#include "play/key_run.h"
+#include "play/reverse_run.h"
 
 #include <algorithm>
 #include <cmath>
@@ -110,7 +110,7 @@ void FilePlayer::set_tempo(Tempo tempo) {
             pictures_->clock.set_rate(0.0, SteadyClock::now());
         }
         tempo_ = tempo;
-        board_.update([&](PlaybackFacts& facts, PlaybackCounters&) { facts.tempo = tempo; });
+        board_.update([&](PlaybackFacts& facts, StreamCounters&) { facts.tempo = tempo; });
     }
     hooks_.clock_changed();
     wake();
@@ -155,7 +155,7 @@ void FilePlayer::set_readiness(Readiness readiness) {
             return;
         }
         readiness_ = readiness;
-        board_.update([&](PlaybackFacts& facts, PlaybackCounters&) {
+        board_.update([&](PlaybackFacts& facts, StreamCounters&) {
             facts.running = readiness == Readiness::ready;
             facts.tempo = tempo_;
         });
@@ -178,8 +178,8 @@ void FilePlayer::picture_shown(const Picture& picture) {
         shown_bytes_ = bytes_of(*picture.frame);
         woken_ = true;
     }
-    board_.update([&](PlaybackFacts& facts, PlaybackCounters& counters) {
-        facts.picture = square_pixel_size(*picture.frame);
+    board_.update([&](PlaybackFacts& facts, StreamCounters& counters) {
+        facts.stream.picture = square_pixel_size(*picture.frame);
         counters.shown_pictures += picture.is_preview ? 0 : 1;
     });
     changed_.notify_all();
@@ -288,7 +288,7 @@ std::optional<Position> FilePlayer::target_of(Position wanted) const {
     if (wanted != the_end) {
         return wanted;
     }
-    const Position estimated = extent.estimated_end - forward_->feed().unit_duration();
+    const Position estimated = extent.estimated_end - forward_->feed().units().unit_duration();
     return estimated > Position{} ? std::optional{estimated} : std::nullopt;
 }
 
@@ -305,7 +305,7 @@ void FilePlayer::begin_forward(const DecodingStart& start, Position target) {
         // Where another run takes over at once, the clock waits for it.
         run_rate_ = is_suited(tempo_) ? tempo_.rate() : 0.0;
     }
-    board_.update([](PlaybackFacts& facts, PlaybackCounters&) {
+    board_.update([](PlaybackFacts& facts, StreamCounters&) {
         facts.at_end = false;
         facts.at_start = false;
     });
@@ -397,7 +397,7 @@ void FilePlayer::begin_other(Position from, const Tempo& tempo) {
         rest_ = Rest::none;
         picture_bytes = shown_bytes_;
     }
-    board_.update([](PlaybackFacts& facts, PlaybackCounters&) {
+    board_.update([](PlaybackFacts& facts, StreamCounters&) {
         facts.at_end = false;
         facts.at_start = false;
     });
@@ -408,7 +408,7 @@ void FilePlayer::begin_other(Position from, const Tempo& tempo) {
         const auto direction = tempo.is_reverse() ? KeyRun::Direction::reverse : KeyRun::Direction::forward;
         other_ = std::make_unique<KeyRun>(source_, *points_, make_outlet(), direction, from);
     } else {
-        const ReverseRun::Stream stream{forward_->feed().unit_duration(), picture_bytes,
+        const ReverseRun::Stream stream{forward_->feed().units().unit_duration(), picture_bytes,
                                         forward_->video().shares()};
         other_ =
             std::make_unique<ReverseRun>(source_, *points_, make_outlet(), stream, from, [this] { wake(); });
@@ -453,25 +453,25 @@ void FilePlayer::rest(Rest rest, Position at) {
         rest_ = rest;
         pictures_->clock.anchor(at, 0.0, SteadyClock::now());
     }
-    board_.update([&](PlaybackFacts& facts, PlaybackCounters&) {
+    board_.update([&](PlaybackFacts& facts, StreamCounters&) {
         facts.at_end = rest == Rest::at_end;
         facts.at_start = rest == Rest::at_start;
     });
 }
 
 void FilePlayer::update_facts() {
-    const StreamFeed& feed = forward_->feed();
+    const UnitSorter& units = forward_->feed().units();
     const VideoTrack& video = forward_->video();
-    const auto& selection = feed.selection();
-    board_.update([&](PlaybackFacts& facts, PlaybackCounters& counters) {
-        facts.frame_rate = forward_->sound_only() ? 0 : feed.meter().units_per_second();
-        facts.bitrate = feed.meter().kilobits_per_second();
-        facts.video_codec = video.codec();
-        forward_->sound().report(facts);
-        facts.data_codec = selection && selection->data ? selection->data->codec : AV_CODEC_ID_NONE;
+    const auto& selection = units.selection();
+    board_.update([&](PlaybackFacts& facts, StreamCounters& counters) {
+        facts.stream.frame_rate = forward_->sound_only() ? 0 : units.meter().units_per_second();
+        facts.stream.bitrate = units.meter().kilobits_per_second();
+        facts.stream.video_codec = video.codec();
+        forward_->sound().report(facts.stream);
+        facts.stream.data_codec = selection && selection->data ? selection->data->codec : AV_CODEC_ID_NONE;
         counters.decoded_pictures = video.decoded();
-        counters.errors = video.errors() + forward_->sound().errors() + feed.continuity_errors();
-        counters.data_units = feed.data_units();
+        counters.errors = video.errors() + forward_->sound().errors() + units.continuity_errors();
+        counters.data_units = units.data_units();
     });
 }
 

@@ -1,4 +1,4 @@
-#include "file/sound_track.h"
+#include "tracks/sound_track.h"
 
 #include "diagnostics/log.h"
 
@@ -56,7 +56,7 @@ void SoundTrack::restart(Position wanted_from) {
     wanted_from_ = wanted_from;
 }
 
-void SoundTrack::report(PlaybackFacts& facts) const {
+void SoundTrack::report(StreamFacts& facts) const {
     if (!decoder_) {
         return;
     }

@@ -1,4 +1,4 @@
-#include "file/picture_spacing.h"
+#include "play/picture_spacing.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,0 +1,69 @@
+// From transport packets to the units of the selected streams, placed on the timeline.
+#pragma once
+
+#include "tracks/media_units.h"
+#include "tracks/stream_meter.h"
+#include "ts/demuxer.h"
+#include "ts/stream_timeline.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <optional>
+
+namespace velmora {
+
+/// Keeps the units of each stream in a queue of its own, since muxers send sound and pictures of one moment
+/// far apart. Not thread-safe.
+class UnitSorter {
+public:
+    /// Receives each PES packet of the data stream.
+    using DataSink = std::function<void(const PesPacket&)>;
+
+    void set_data_sink(DataSink sink) { data_sink_ = std::move(sink); }
+    void feed(const TsPacket& packet);
+    /// Hands out the units in progress at the end of the stream.
+    void finish();
+    /// Drops everything, before a jump in the stream.
+    /// @param selection what is in force behind the jump, if it is known; else the present one stays
+    void restart(const StreamSelection* selection, const StreamTimeline& timeline);
+    /// Drops the units that wait.
+    void clear();
+
+    std::optional<QueuedVideo> take_video();
+    std::optional<QueuedSound> take_sound();
+    bool has_video() const { return !video_.empty(); }
+    bool has_sound() const { return !sound_.empty(); }
+    /// Bytes of the units that wait.
+    std::size_t waiting_bytes() const { return waiting_bytes_; }
+
+    const std::optional<StreamSelection>& selection() const { return demuxer_.selection(); }
+    /// Distance of two units of the leading stream.
+    Ticks unit_duration() const { return timeline_.unit_duration(); }
+    /// Measures of what was fed last.
+    const StreamMeter& meter() const { return meter_; }
+    std::uint64_t continuity_errors() const { return demuxer_.continuity_errors(); }
+    /// Units of data seen.
+    std::uint64_t data_units() const { return data_units_; }
+
+private:
+    void take_events();
+    void take_pes(DemuxedPes& event);
+    void take_selection(const StreamSelection& selection);
+
+    Demuxer demuxer_;
+    StreamTimeline timeline_;
+    StreamMeter meter_;
+    StreamSelection current_;
+    StreamIdentity video_stream_;
+    StreamIdentity audio_stream_;
+    std::deque<QueuedVideo> video_;
+    std::deque<QueuedSound> sound_;
+    std::optional<Position> sound_expected_;
+    std::size_t waiting_bytes_{0};
+    std::uint64_t data_units_{0};
+    DataSink data_sink_;
+};
+
+} // namespace velmora
