@@ -1,5 +1,8 @@
 #include "decode/video_decoder.h"
 
+#include "decode/access_unit.h"
+#include "diagnostics/log.h"
+
 #include <algorithm>
 #include <cmath>
 #include <stdexcept>
@@ -50,8 +53,24 @@ void VideoDecoder::accept_damaged_start() {
     context_->flags2 |= AV_CODEC_FLAG2_SHOW_ALL;
 }
 
+void VideoDecoder::expect_whole_units() {
+    expects_whole_units_ = true;
+    parser_->flags |= PARSER_FLAG_COMPLETE_FRAMES;
+    context_->thread_type = FF_THREAD_SLICE;
+}
+
+void VideoDecoder::check_wholeness(std::span<const std::uint8_t> unit, bool has_time) {
+    if (!expects_whole_units_ || (has_time && is_one_access_unit(codec_id_, unit))) {
+        return;
+    }
+    expects_whole_units_ = false;
+    parser_->flags &= ~PARSER_FLAG_COMPLETE_FRAMES;
+    log_incident("video", "units", "a PES packet is not one access unit, pictures come one interval later");
+}
+
 void VideoDecoder::decode(VideoUnit unit, Position wanted_from, const Sink& sink) {
     const std::size_t size = unit.bytes.size() - unit.payload_start;
+    check_wholeness(std::span{unit.bytes}.subspan(unit.payload_start), unit.presentation.has_value());
     // Parsers and decoders read a little beyond what they are given.
     unit.bytes.resize(unit.bytes.size() + AV_INPUT_BUFFER_PADDING_SIZE);
     parse(unit.bytes.data() + unit.payload_start, static_cast<int>(size), unit.presentation, unit.decode,
@@ -64,15 +83,23 @@ void VideoDecoder::finish(Position wanted_from, const Sink& sink) {
         send(nullptr, sink);
         avcodec_flush_buffers(context_.get());
     }
-    parser_ = make_parser(codec_id_);
+    renew_parser();
     skip_ = std::exchange(skip_from_key_, std::nullopt).value_or(skip_);
 }
 
+void VideoDecoder::renew_parser() {
+    parser_ = make_parser(codec_id_);
+    if (expects_whole_units_) {
+        parser_->flags |= PARSER_FLAG_COMPLETE_FRAMES;
+    }
+}
+
 void VideoDecoder::flush() {
+    preview_ = nullptr;
     if (is_open_) {
         avcodec_flush_buffers(context_.get());
     }
-    parser_ = make_parser(codec_id_);
+    renew_parser();
     skip_ = std::exchange(skip_from_key_, std::nullopt).value_or(skip_);
 }
 

@@ -40,6 +40,7 @@ void ForwardRun::begin_with_preview() {
 
 void ForwardRun::begin(const DecodingStart& start, Position target) {
     steps_back_ = 0;
+    video_.preview_first(nullptr); // it would show another picture
     restart(start, target);
 }
 

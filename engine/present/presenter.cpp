@@ -133,14 +133,17 @@ bool Presenter::step(Lock& lock, SteadyTime& next_due) {
 }
 
 void Presenter::look_ahead() {
-    const std::uint64_t generation = source_->generation.load();
-    std::erase_if(ahead_, [&](const Picture& picture) { return picture.generation != generation; });
+    // A jump may raise the generation at any moment: each picture is held against the latest.
+    const auto is_stale = [&](const Picture& picture) {
+        return picture.generation != source_->generation.load();
+    };
+    std::erase_if(ahead_, is_stale);
     while (ahead_.size() < lookahead) {
         auto picture = source_->pictures.try_pop();
         if (!picture) {
             return;
         }
-        if (picture->generation == generation) {
+        if (!is_stale(*picture)) {
             ahead_.push_back(std::move(*picture));
         }
     }
