@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace velmora {
@@ -46,6 +47,9 @@ public:
     /// Decodes the next unit, an access point, twice: its picture goes to `preview` at once, without waiting
     /// for the units that precede it in display order, and comes out in order later.
     void preview_next(Sink preview) { preview_ = std::move(preview); }
+    /// For a stream that is live: takes each unit for one access unit, instead of waiting for the beginning
+    /// of the next one to be sure, until a unit shows that it is not; and decodes without threads that delay.
+    void expect_whole_units();
     /// Shows pictures even where no access point was found in front of them.
     void accept_damaged_start();
 
@@ -53,6 +57,8 @@ public:
     std::uint64_t errors() const { return errors_; }
 
 private:
+    void renew_parser();
+    void check_wholeness(std::span<const std::uint8_t> unit, bool has_time);
     void parse(const std::uint8_t* data, int size, std::optional<Position> presentation,
                std::optional<Position> decode, Position wanted_from, const Sink& sink);
     void open(std::optional<Position> next_decode);
@@ -68,6 +74,7 @@ private:
     Sink preview_;
     std::uint64_t errors_{0};
     bool is_open_{false};
+    bool expects_whole_units_{false};
     PictureClassShares shares_;
     AVDiscard skip_{AVDISCARD_DEFAULT};
     std::optional<AVDiscard> skip_from_key_;

@@ -21,6 +21,8 @@ public:
     /// Receives each PES packet of the data stream.
     using DataSink = std::function<void(const PesPacket&)>;
 
+    /// Hands units out as soon as they seem complete, for a stream that is live.
+    void hand_out_early() { demuxer_.hand_out_early(); }
     void set_data_sink(DataSink sink) { data_sink_ = std::move(sink); }
     void feed(const TsPacket& packet);
     /// Hands out the units in progress at the end of the stream.

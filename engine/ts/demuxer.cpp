@@ -63,7 +63,10 @@ void Demuxer::select() {
     const StreamSelection& selection = *chooser_.selection();
     for (const auto& stream : {selection.video, selection.audio, selection.data}) {
         if (stream) {
-            tracks_.push_back(Track{stream->kind, stream->pid, {}});
+            Track& track = tracks_.emplace_back(Track{stream->kind, stream->pid, {}});
+            if (is_early_) {
+                track.assembler.hand_out_early();
+            }
         }
     }
     events_.emplace_back(StreamsChanged{selection});

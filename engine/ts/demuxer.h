@@ -30,6 +30,8 @@ using DemuxEvent = std::variant<StreamsChanged, DemuxedPes>;
 /// Fed with packets in order, does no input or output of its own.
 class Demuxer {
 public:
+    /// Hands units out as soon as they seem complete, for a stream that is live.
+    void hand_out_early() { is_early_ = true; }
     void feed(const TsPacket& packet);
     /// The next event, in stream order.
     std::optional<DemuxEvent> next();
@@ -60,6 +62,7 @@ private:
     std::deque<DemuxEvent> events_;
     std::uint64_t continuity_errors_{0};
     bool discontinuity_indicated_{false};
+    bool is_early_{false};
 };
 
 } // namespace velmora

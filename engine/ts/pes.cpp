@@ -71,6 +71,7 @@ std::optional<PesPacket> PesAssembler::feed(const TsPacket& packet, bool continu
     broken_ = broken_ || continuity_broken;
     if (!packet.payload_unit_start) {
         if (!current_) {
+            is_early_ = is_early_ && (continuity_broken || !std::exchange(took_early_, false));
             return std::nullopt;
         }
         auto& bytes = current_->bytes;
@@ -78,7 +79,7 @@ std::optional<PesPacket> PesAssembler::feed(const TsPacket& packet, bool continu
         const auto part = packet.payload.first(std::min(room, packet.payload.size()));
         bytes.insert(bytes.end(), part.begin(), part.end());
         current_->discontinuity = current_->discontinuity || continuity_broken;
-        return is_complete() ? take() : std::nullopt;
+        return take_if_complete(packet);
     }
     auto finished = take();
     current_.emplace();
@@ -86,19 +87,24 @@ std::optional<PesPacket> PesAssembler::feed(const TsPacket& packet, bool continu
     current_->offset = packet.offset;
     current_->discontinuity = std::exchange(broken_, false);
     current_->bytes.assign(packet.payload.begin(), packet.payload.end());
-    if (!finished && is_complete()) {
-        return take();
-    }
-    return finished;
+    return finished ? std::move(finished) : take_if_complete(packet);
 }
 
-bool PesAssembler::is_complete() const {
+std::optional<PesPacket> PesAssembler::take_if_complete(const TsPacket& last) {
     const auto& bytes = current_->bytes;
     if (bytes.size() < fixed_header_size) {
-        return false;
+        return std::nullopt;
     }
     const auto declared = static_cast<std::size_t>((bytes[4] << 8U) | bytes[5]);
-    return declared != 0 && bytes.size() >= fixed_header_size + declared;
+    if (declared != 0) {
+        return bytes.size() >= fixed_header_size + declared ? take() : std::nullopt;
+    }
+    if (!is_early_ || !last.stuffed) {
+        return std::nullopt;
+    }
+    auto packet = take();
+    took_early_ = true;
+    return packet;
 }
 
 std::optional<PesPacket> PesAssembler::take() {
@@ -106,6 +112,7 @@ std::optional<PesPacket> PesAssembler::take() {
         return std::nullopt;
     }
     auto packet = std::exchange(current_, std::nullopt);
+    took_early_ = false;
     const auto header = parse_pes_header(packet->bytes);
     if (!header) {
         return std::nullopt;

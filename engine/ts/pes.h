@@ -58,13 +58,18 @@ public:
     std::optional<PesPacket> finish();
     /// Drops the packet in progress, before a jump in the stream.
     void restart();
+    /// Takes stuffing for the end of a PES packet of unknown length, instead of waiting for the next one:
+    /// most muxers stuff nowhere else. Where one does, this ends with the first mistake.
+    void hand_out_early() { is_early_ = true; }
 
 private:
     std::optional<PesPacket> take();
-    bool is_complete() const;
+    std::optional<PesPacket> take_if_complete(const TsPacket& last);
 
     std::optional<PesPacket> current_;
     bool broken_{false};
+    bool is_early_{false};
+    bool took_early_{false}; ///< the PES packet handed out last was taken for complete
 };
 
 } // namespace velmora

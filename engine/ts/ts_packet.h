@@ -25,6 +25,7 @@ struct TsPacket {
     bool has_payload{false};
     bool discontinuity{false};             ///< discontinuity_indicator of the adaptation field
     bool random_access{false};             ///< random_access_indicator of the adaptation field
+    bool stuffed{false};                   ///< the adaptation field is longer than what it tells
     std::span<const std::uint8_t> payload; ///< into the parsed bytes; empty without payload
 };
 
