@@ -21,8 +21,8 @@ struct ReceiverSetup {
     std::int32_t protocol{Protocol_UDPTS}; ///< PROTOCOL
     std::uint32_t group{0};                ///< IPv4 in host byte order; 0 = unicast
     std::uint16_t port{0};                 ///< of UDP and RTP
-    std::string rtsp_url;                  ///< a URL, or the server's address
-    std::string rtsp_session;              ///< path of the session where rtsp_url is no URL
+    std::string rtsp_url{};                ///< a URL, or the server's address
+    std::string rtsp_session{};            ///< path of the session where rtsp_url is no URL
     std::uint16_t rtsp_port{0};
 };
 

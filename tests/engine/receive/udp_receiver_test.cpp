@@ -1,0 +1,263 @@
+#include "receive/receiver.h"
+
+#include "receive/collector.h"
+#include "receive/numbered_packets.h"
+#include "support/stream_sender.h"
+#include "support/udp_port.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <functional>
+#include <netinet/in.h>
+#include <sched.h>
+#include <sys/socket.h>
+
+namespace velmora {
+namespace {
+
+using namespace std::chrono_literals;
+using test::Bytes;
+using test::Collector;
+using test::eventually;
+using test::numbered_packets;
+using test::operator+;
+
+constexpr std::uint32_t group = 0xEF010203;
+constexpr double brisk = 5e6; ///< bytes per second: 40 Mbit/s
+
+class UdpReceiverTest : public testing::Test {
+protected:
+    std::unique_ptr<Receiver> receive_by(std::int32_t protocol, std::uint32_t address = 0) {
+        return receive({.protocol = protocol, .group = address, .port = port}, collector.sink());
+    }
+    SendRecipe recipe(std::uint32_t address = INADDR_LOOPBACK) const {
+        return {.target = {.address = address, .port = port}, .bytes_per_second = brisk};
+    }
+    SendRecipe rtp_recipe() const {
+        SendRecipe result = recipe();
+        result.rtp = true;
+        result.first_sequence = 65000;
+        return result;
+    }
+    /// Sends all of it.
+    static SendTruth send(const Bytes& stream, const SendRecipe& how) {
+        const StreamSender sender{stream, how};
+        sender.wait();
+        return sender.truth();
+    }
+
+    const std::uint16_t port{free_udp_port(3)};
+    const Bytes stream{numbered_packets(7000)};
+    Collector collector;
+};
+
+TEST_F(UdpReceiverTest, HandsOnUnicastBitForBit) {
+    const auto receiver = receive_by(Protocol_UDPTS);
+    const SendTruth truth = send(stream, recipe());
+    ASSERT_TRUE(collector.wait_for(stream.size()));
+    EXPECT_EQ(collector.bytes(), stream);
+    const ReceptionFacts facts = receiver->facts();
+    EXPECT_EQ(facts.bytes, truth.bytes);
+    EXPECT_EQ(facts.sender, INADDR_LOOPBACK);
+    EXPECT_EQ(facts.lost_in_network, 0U);
+    EXPECT_EQ(facts.dropped_by_kernel, 0U);
+}
+
+TEST_F(UdpReceiverTest, HandsOnMulticastAndOnlyTheGroupAskedFor) {
+    const auto receiver = receive_by(Protocol_UDPTS, group);
+    Collector of_other;
+    const auto other =
+        receive({.protocol = Protocol_UDPTS, .group = group + 1, .port = port}, of_other.sink());
+    const Bytes of_other_stream = numbered_packets(70, 100000);
+    send(of_other_stream, recipe(group + 1));
+    send(stream, recipe(group));
+    ASSERT_TRUE(collector.wait_for(stream.size()));
+    EXPECT_EQ(collector.bytes(), stream);
+    EXPECT_EQ(of_other.bytes(), of_other_stream);
+}
+
+TEST_F(UdpReceiverTest, UnicastIsNotMixedWithGroupsOfOthers) {
+    Collector of_other;
+    const auto other = receive({.protocol = Protocol_UDPTS, .group = group, .port = port}, of_other.sink());
+    const auto receiver = receive_by(Protocol_UDPTS);
+    send(numbered_packets(70, 100000), recipe(group));
+    ASSERT_TRUE(of_other.wait_for(70 * ts_packet_size));
+    send(stream, recipe());
+    ASSERT_TRUE(collector.wait_for(stream.size()));
+    EXPECT_EQ(collector.bytes(), stream);
+}
+
+TEST_F(UdpReceiverTest, PutsRtpInOrder) {
+    const auto receiver = receive_by(Protocol_RTPUDP);
+    SendRecipe how = rtp_recipe();
+    how.fate = [](std::uint64_t datagram) {
+        return DatagramFate{.copies = datagram % 5 == 0 ? 2 : 1,
+                            .late_by = datagram % 17 == 3 ? static_cast<int>(datagram % 16) + 1 : 0};
+    };
+    const SendTruth truth = send(stream, how);
+    ASSERT_TRUE(collector.wait_for(stream.size()));
+    EXPECT_EQ(collector.bytes(), stream);
+    EXPECT_GT(truth.repeated, 0U);
+    EXPECT_EQ(receiver->facts().lost_in_network, 0U);
+    EXPECT_EQ(receiver->facts().bytes, truth.bytes);
+}
+
+TEST_F(UdpReceiverTest, CountsRtpLossExactly) {
+    const auto receiver = receive_by(Protocol_RTPUDP);
+    SendRecipe how = rtp_recipe();
+    how.fate = [](std::uint64_t datagram) {
+        const bool is_burst = datagram >= 500 && datagram < 550;
+        return DatagramFate{.copies = is_burst || datagram % 20 == 10 ? 0 : 1};
+    };
+    const SendTruth truth = send(stream, how);
+    ASSERT_TRUE(collector.wait_for(truth.bytes));
+    EXPECT_EQ(receiver->facts().lost_in_network, truth.lost);
+    EXPECT_EQ(receiver->facts().bytes, truth.bytes);
+}
+
+TEST_F(UdpReceiverTest, ALostPacketHoldsUpALowRateForAMomentOnly) {
+    const auto receiver = receive_by(Protocol_RTPUDP);
+    SendRecipe how = rtp_recipe();
+    how.fate = [](std::uint64_t datagram) { return DatagramFate{.copies = datagram == 1 ? 0 : 1}; };
+    send(numbered_packets(21), how);
+    EXPECT_TRUE(collector.wait_for(std::size_t{14} * ts_packet_size)) << "nothing comes behind it";
+    EXPECT_EQ(receiver->facts().lost_in_network, 1U);
+}
+
+TEST_F(UdpReceiverTest, TheFirstDatagramsTellPrivateStreamsApart) {
+    for (const bool is_rtp : {false, true}) {
+        collector.clear();
+        const auto receiver = receive_by(Protocol_PRIVATE);
+        SendRecipe how = recipe();
+        how.rtp = is_rtp;
+        how.fate = [is_rtp](std::uint64_t datagram) {
+            return DatagramFate{.copies = 1, .late_by = is_rtp && datagram % 10 == 5 ? 3 : 0};
+        };
+        send(stream, how);
+        ASSERT_TRUE(collector.wait_for(stream.size())) << is_rtp;
+        EXPECT_EQ(collector.bytes(), stream) << is_rtp;
+    }
+}
+
+TEST_F(UdpReceiverTest, MergesAStreamSplitOverThreePorts) {
+    const auto receiver = receive_by(Protocol_Split);
+    SendRecipe how = recipe();
+    how.target.ports = 3;
+    send(stream, how);
+    ASSERT_TRUE(collector.wait_for(stream.size()));
+    EXPECT_EQ(collector.bytes(), stream);
+}
+
+TEST_F(UdpReceiverTest, DropsRepeatedDatagramsAndJunk) {
+    const auto receiver = receive_by(Protocol_UDPTS);
+    SendRecipe how = recipe();
+    how.in_front = Bytes(12, 0x80);
+    how.fate = [](std::uint64_t datagram) { return DatagramFate{.copies = datagram % 3 == 0 ? 2 : 1}; };
+    const SendTruth truth = send(stream, how);
+    ASSERT_TRUE(collector.wait_for(stream.size()));
+    EXPECT_EQ(collector.bytes(), stream);
+    EXPECT_EQ(receiver->facts().bytes, truth.bytes);
+}
+
+TEST_F(UdpReceiverTest, KeepsToOneOfTwoSendersUntilItIsSilent) {
+    const auto receiver = receive_by(Protocol_UDPTS);
+    SendRecipe how = recipe();
+    how.loops = true;
+    how.bytes_per_second = 1e6;
+    const Bytes first_stream = numbered_packets(70000);
+    StreamSender first{first_stream, how};
+    ASSERT_TRUE(collector.wait_for(1));
+    how.target.source = 0x7F000002;
+    const StreamSender second{numbered_packets(700, 10000), how};
+    ASSERT_TRUE(eventually([&] { return second.truth().datagrams > 100; }));
+    const Bytes of_first = collector.bytes();
+    EXPECT_TRUE(std::ranges::equal(std::span{first_stream}.first(of_first.size()), of_first));
+    EXPECT_EQ(receiver->facts().sender, 0x7F000001U);
+    first.pause();
+    EXPECT_TRUE(eventually([&] { return receiver->facts().sender == 0x7F000002; }));
+}
+
+TEST_F(UdpReceiverTest, GoesOnWhenASenderBeginsAgain) {
+    for (const auto protocol : {Protocol_UDPTS, Protocol_RTPUDP}) {
+        collector.clear();
+        const auto receiver = receive_by(protocol);
+        SendRecipe how = protocol == Protocol_RTPUDP ? rtp_recipe() : recipe();
+        send(stream, how);
+        ASSERT_TRUE(collector.wait_for(stream.size()));
+        // The new one has another port; it takes over when the old one has been silent for a second.
+        how.ssrc = 99;
+        how.first_sequence = 3;
+        how.loops = true;
+        const StreamSender restarted{stream, how};
+        ASSERT_TRUE(collector.wait_for(stream.size() * 2));
+        EXPECT_EQ(receiver->facts().lost_in_network, 0U);
+    }
+}
+
+TEST_F(UdpReceiverTest, JoinsOnInterfacesThatComeUpLater) {
+    bool is_possible = false;
+    std::jthread{[&] {
+        is_possible = ::unshare(CLONE_NEWNET) == 0;
+        if (!is_possible) {
+            return;
+        }
+        const auto receiver = receive_by(Protocol_UDPTS, group);
+        ASSERT_EQ(std::system("ip link set lo up"), 0);
+        SendRecipe how = recipe(group);
+        how.loops = true;
+        how.bytes_per_second = 1e5;
+        const StreamSender sender{stream, how};
+        EXPECT_TRUE(collector.wait_for(1));
+        ASSERT_EQ(std::system("ip link set lo down && ip link set lo up"), 0);
+        collector.clear();
+        EXPECT_TRUE(collector.wait_for(1)) << "behind an interruption";
+    }}.join();
+    if (!is_possible) {
+        GTEST_SKIP() << "no network namespace can be made here";
+    }
+}
+
+TEST_F(UdpReceiverTest, APortThatCannotBeOpenedIsRefused) {
+    const int taken = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    ASSERT_EQ(::bind(taken, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    try {
+        receive_by(Protocol_UDPTS);
+        ADD_FAILURE() << "it was opened";
+    } catch (const ReceptionError& error) {
+        EXPECT_EQ(std::string{error.what()},
+                  "port " + std::to_string(port) + " cannot be opened: Address already in use");
+    }
+    ::close(taken);
+    EXPECT_THROW(receive({.protocol = Protocol_UDPTS, .port = 0}, collector.sink()), ReceptionError);
+    EXPECT_THROW(receive_by(Protocol_HTTP), ReceptionError);
+    EXPECT_THROW(receive_by(99), ReceptionError);
+}
+
+TEST_F(UdpReceiverTest, StopsAtOnce) {
+    SendRecipe how = recipe();
+    how.loops = true;
+    const StreamSender sender{stream, how};
+    for (const bool has_data : {false, true}) {
+        std::vector<std::chrono::steady_clock::duration> times;
+        for (int i = 0; i < 9; ++i) {
+            collector.clear();
+            auto receiver = receive(
+                {.protocol = Protocol_UDPTS, .port = has_data ? port : static_cast<std::uint16_t>(port + 1)},
+                collector.sink());
+            ASSERT_TRUE(!has_data || collector.wait_for(1));
+            const auto start = std::chrono::steady_clock::now();
+            receiver.reset();
+            times.push_back(std::chrono::steady_clock::now() - start);
+        }
+        std::ranges::nth_element(times, times.begin() + 4);
+        EXPECT_LT(times[4], 100ms) << has_data;
+    }
+}
+
+} // namespace
+} // namespace velmora
