@@ -128,6 +128,11 @@ bool ProgrammeTables::complete() const {
            std::ranges::all_of(entries_, [](const Entry& entry) { return entry.programme.has_value(); });
 }
 
+bool ProgrammeTables::awaits(std::uint16_t number) const {
+    const auto entry = std::ranges::find(entries_, number, &Entry::number);
+    return entry != entries_.end() && !entry->programme;
+}
+
 void ProgrammeTables::restart() {
     pat_sections_.restart();
     for (auto& [pid, assembler] : pmt_sections_) {

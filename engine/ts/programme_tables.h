@@ -32,6 +32,8 @@ public:
     std::vector<Programme> programmes() const;
     /// Every programme of the PAT has shown its PMT.
     bool complete() const;
+    /// The PAT names this programme, but its PMT was not seen yet.
+    bool awaits(std::uint16_t number) const;
     /// Drops sections in progress, before a jump in the stream; what is known stays.
     void restart();
 

@@ -91,6 +91,9 @@ bool ProgrammeChooser::choose_among_seen() {
 }
 
 bool ProgrammeChooser::follow_tables() {
+    if (tables_.awaits(selection_->programme)) {
+        return false;
+    }
     std::optional<StreamSelection> first_playable;
     for (const Programme& programme : tables_.programmes()) {
         const StreamSelection candidate = select_streams(programme);

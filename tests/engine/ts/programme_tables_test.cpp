@@ -109,5 +109,29 @@ TEST(ProgrammeChooser, DropsVideoThatIsAnnouncedButNotSent) {
     EXPECT_FALSE(chooser.selection()->video);
 }
 
+TEST(ProgrammeChooser, WaitsForTheTableOfTheProgrammeInForce) {
+    StreamSelection in_force;
+    in_force.programme = 2;
+    in_force.video = describe_elementary_stream(0x1B, 0x201, {});
+    ProgrammeChooser chooser;
+    chooser.restart(&in_force);
+    feed_section(chooser, 0, test::pat({{1, 0x100}, {2, 0x200}}));
+    EXPECT_FALSE(feed_section(chooser, 0x100, test::pmt(1, {{0x1B, 0x101}})));
+    EXPECT_EQ(chooser.selection(), in_force);
+    feed_section(chooser, 0x200, test::pmt(2, {{0x1B, 0x201}}));
+    EXPECT_EQ(chooser.selection(), in_force);
+}
+
+TEST(ProgrammeChooser, LeavesAProgrammeThatTheTablesDoNotNameAnyMore) {
+    StreamSelection in_force;
+    in_force.programme = 2;
+    in_force.video = describe_elementary_stream(0x1B, 0x201, {});
+    ProgrammeChooser chooser;
+    chooser.restart(&in_force);
+    feed_section(chooser, 0, test::pat({{1, 0x100}}));
+    EXPECT_TRUE(feed_section(chooser, 0x100, test::pmt(1, {{0x1B, 0x101}})));
+    EXPECT_EQ(chooser.selection()->video->pid, 0x101);
+}
+
 } // namespace
 } // namespace velmora
