@@ -34,6 +34,10 @@ std::string error_text(int error) {
     return std::generic_category().message(error);
 }
 
+std::chrono::nanoseconds since_epoch(const timespec& time) {
+    return std::chrono::seconds{time.tv_sec} + std::chrono::nanoseconds{time.tv_nsec};
+}
+
 struct OpenedFile {
     std::string path;
     FileDescriptor descriptor;
@@ -105,13 +109,23 @@ std::size_t FileSource::read(std::uint64_t offset, std::span<std::uint8_t> bytes
 }
 
 std::chrono::milliseconds FileSource::time_since_writing() const {
-    struct stat status {};
     timespec now{};
-    if (::fstat(file_.get(), &status) != 0 || ::clock_gettime(CLOCK_REALTIME, &now) != 0) {
+    if (::clock_gettime(CLOCK_REALTIME, &now) != 0) {
         return std::chrono::hours{1};
     }
-    return std::chrono::seconds{now.tv_sec - status.st_mtim.tv_sec} +
-           std::chrono::milliseconds{(now.tv_nsec - status.st_mtim.tv_nsec) / 1'000'000};
+    return std::chrono::duration_cast<std::chrono::milliseconds>(since_epoch(now) - written_at());
+}
+
+std::chrono::nanoseconds FileSource::written_at() const {
+    struct stat status {};
+    return ::fstat(file_.get(), &status) == 0 ? since_epoch(status.st_mtim) : std::chrono::nanoseconds{0};
+}
+
+bool FileSource::is_at_its_path() const {
+    struct stat own {};
+    struct stat named {};
+    return ::fstat(file_.get(), &own) == 0 && ::stat(path_.c_str(), &named) == 0 &&
+           own.st_dev == named.st_dev && own.st_ino == named.st_ino;
 }
 
 std::uint64_t FileSource::size() const {

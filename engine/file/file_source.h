@@ -34,6 +34,10 @@ public:
     std::uint64_t size() const;
     /// How long ago something was written to it, by the file system's word.
     std::chrono::milliseconds time_since_writing() const;
+    /// When something was written to it last, by the file system's clock since its epoch.
+    std::chrono::nanoseconds written_at() const;
+    /// No other file has taken its name.
+    bool is_at_its_path() const;
     const PacketLayout& layout() const { return layout_; }
     /// The name that the file was found by.
     const std::string& path() const { return path_; }

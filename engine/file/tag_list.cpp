@@ -1,17 +1,16 @@
 #include "file/tag_list.h"
 
 #include "diagnostics/log.h"
-#include "media/file_descriptor.h"
+#include "file/file_replacement.h"
 
 #include <cerrno>
 #include <charconv>
-#include <cstdio>
-#include <fcntl.h>
+#include <cstdint>
 #include <fstream>
 #include <iterator>
+#include <span>
 #include <sys/stat.h>
 #include <system_error>
-#include <unistd.h>
 
 namespace velmora {
 
@@ -25,37 +24,6 @@ std::optional<int> parse_second(const std::string& line) {
     const char* const end = line.data() + line.size();
     const auto [parsed, error] = std::from_chars(line.data(), end, second);
     return error == std::errc{} && parsed == end && second >= 0 ? std::optional{second} : std::nullopt;
-}
-
-bool write_all(const FileDescriptor& file, const std::string& text) {
-    std::size_t written = 0;
-    while (written < text.size()) {
-        const auto count = ::write(file.get(), text.data() + written, text.size() - written);
-        if (count < 0 && errno != EINTR) {
-            return false;
-        }
-        written += count > 0 ? static_cast<std::size_t>(count) : 0;
-    }
-    return ::fsync(file.get()) == 0;
-}
-
-/// The file holds the old or the new text at every moment.
-bool replace_file(const std::string& path, const std::string& text) {
-    const std::string part = path + ".part";
-    constexpr mode_t everybody_may_read = 0644;
-    bool is_written = false;
-    {
-        const FileDescriptor file{
-            ::open(part.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, everybody_may_read)};
-        is_written = file && write_all(file, text);
-    }
-    if (is_written && ::rename(part.c_str(), path.c_str()) == 0) {
-        return true;
-    }
-    const int reason = errno;
-    ::unlink(part.c_str());
-    errno = reason;
-    return false;
 }
 
 } // namespace
@@ -109,7 +77,8 @@ void TagList::save() {
             text += std::to_string(second) + '\n';
         }
     }
-    if (!replace_file(path_, text)) {
+    const std::span characters{reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+    if (!replace_file(path_, characters)) {
         log_incident("file", "tags",
                      path_ + " cannot be written: " + std::generic_category().message(errno) +
                          ", the tags stay in memory");

@@ -16,7 +16,7 @@ constexpr std::size_t longest_pes_header = 9 + 255;
 AccessPointCollector::AccessPointCollector(AccessPointIndex& index,
                                            std::shared_ptr<const StreamSelection> streams,
                                            const TimeAnchor& anchor)
-    : index_{index}, streams_{std::move(streams)}, timeline_{anchor} {
+    : index_{index}, streams_{std::move(streams)}, timeline_{anchor}, last_picture_{anchor.position} {
     chooser_.restart(streams_.get());
 }
 

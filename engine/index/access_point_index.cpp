@@ -6,6 +6,9 @@ namespace velmora {
 
 void AccessPointIndex::append(const AccessPoint& point) {
     const std::lock_guard lock{mutex_};
+    if (!points_.empty() && point.offset <= points_.back().offset) {
+        return;
+    }
     points_.push_back(point);
     extent_.end = std::max(extent_.end, point.presentation);
 }
@@ -60,6 +63,11 @@ bool AccessPointIndex::covers(Position target) const {
 std::size_t AccessPointIndex::size() const {
     const std::lock_guard lock{mutex_};
     return points_.size();
+}
+
+std::vector<AccessPoint> AccessPointIndex::points() const {
+    const std::lock_guard lock{mutex_};
+    return points_;
 }
 
 } // namespace velmora

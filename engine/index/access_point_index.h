@@ -39,6 +39,7 @@ struct IndexExtent {
 /// Grows while a scanner runs, is searched by the player. Thread-safe.
 class AccessPointIndex {
 public:
+    /// A point that does not lie behind the last one is known already and left out.
     void append(const AccessPoint& point);
     void set_extent(Position end, Position last_picture, bool complete);
     void set_estimated_end(Position end);
@@ -54,6 +55,8 @@ public:
     /// The index reaches beyond `target`, or is complete.
     bool covers(Position target) const;
     std::size_t size() const;
+    /// A copy of all points, in file order.
+    std::vector<AccessPoint> points() const;
 
 private:
     mutable std::mutex mutex_;

@@ -5,11 +5,14 @@
 #include "file/packet_reader.h"
 #include "index/access_point_collector.h"
 #include "index/bisector.h"
+#include "index/sidecar_file.h"
 
 #include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <exception>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -25,54 +28,113 @@ constexpr int background_nice = 10;
 constexpr std::chrono::milliseconds look_at_growth{100};
 constexpr std::chrono::milliseconds look_for_growth{500};
 
-void scan(const std::stop_token& stop, const std::shared_ptr<const FileSource>& source,
-          AccessPointIndex& index, const std::function<void()>& on_progress) {
-    // Linux keeps a nice value per thread: playing comes first.
-    ::setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), background_nice);
-    if (source->size() >= Bisector::worthwhile) {
-        if (const auto end = Bisector{source}.end()) {
-            index.set_estimated_end(*end);
+/// One file's scan, from the first block to the last that is ever added.
+class FileScan {
+public:
+    FileScan(std::shared_ptr<const FileSource> source, std::shared_ptr<AccessPointIndex> index,
+             SidecarUse sidecar, std::function<void()> on_progress)
+        : source_{std::move(source)}, index_{std::move(index)}, sidecar_{sidecar},
+          on_progress_{std::move(on_progress)}, growth_{source_}, reader_{source_, scan_block_size} {}
+
+    void run(const std::stop_token& stop) {
+        begin();
+        while (!stop.stop_requested() && source_->size() == known_size_) {
+            pause(stop, look_for_growth);
+        }
+        while (!stop.stop_requested()) {
+            scan_block(stop);
         }
     }
-    PacketReader reader{source, scan_block_size};
-    AccessPointCollector collector{index};
-    FileGrowth growth{source};
-    std::mutex mutex;
-    std::condition_variable_any never;
-    std::uint64_t scanned = 0;
-    bool is_finished = false;
-    while (!stop.stop_requested()) {
-        const bool is_growing = growth.is_growing(SteadyClock::now());
-        const bool goes_on =
-            reader.read_block([&](const TsPacket& packet) { collector.feed(packet); }, is_growing);
-        const bool is_more = reader.offset() > scanned;
-        scanned = reader.offset();
-        const bool ends_now = !goes_on && !is_growing && (is_more || !is_finished);
-        index.set_growing(is_growing);
-        if (ends_now) {
-            collector.finish();
-        } else if (is_more) {
-            collector.publish_extent(!goes_on);
+
+private:
+    void begin() {
+        const auto stored = sidecar_ == SidecarUse::kept ? load_sidecar(source_) : std::nullopt;
+        if (stored) {
+            take(*stored);
+        } else {
+            collector_.emplace(*index_);
         }
-        is_finished = !goes_on && !is_growing;
+        if (known_size_ == 0 && source_->size() >= Bisector::worthwhile) {
+            if (const auto end = Bisector{source_}.end()) {
+                index_->set_estimated_end(*end);
+            }
+        }
+    }
+
+    void take(const SidecarContents& stored) {
+        for (const AccessPoint& point : stored.points) {
+            index_->append(point);
+        }
+        const AccessPoint& last = stored.points.back();
+        if (stored.extent) {
+            known_size_ = stored.extent->covered;
+            index_->set_extent(stored.extent->end, stored.extent->last_picture, true);
+        }
+        if (last.streams->video) {
+            collector_.emplace(*index_, last.streams, last.anchor);
+            reader_.seek(last.offset);
+        } else {
+            // Whether there is no video, or it was left out because it is not sent, only the whole file
+            // tells.
+            collector_.emplace(*index_);
+        }
+        on_progress_();
+    }
+
+    void scan_block(const std::stop_token& stop) {
+        const bool is_growing = growth_.is_growing(SteadyClock::now());
+        const bool goes_on =
+            reader_.read_block([this](const TsPacket& packet) { collector_->feed(packet); }, is_growing);
+        const bool is_more = reader_.offset() > scanned_;
+        scanned_ = reader_.offset();
+        const bool ends_now = !goes_on && !is_growing && (is_more || !is_finished_);
+        index_->set_growing(is_growing);
+        if (ends_now) {
+            collector_->finish();
+            if (sidecar_ == SidecarUse::kept) {
+                save_sidecar(*source_, *index_, scanned_);
+            }
+        } else if (is_more && scanned_ > known_size_) {
+            collector_->publish_extent(!goes_on);
+        }
+        is_finished_ = !goes_on && !is_growing;
         if (is_more || ends_now) {
-            on_progress();
+            on_progress_();
         }
         if (!goes_on) {
-            std::unique_lock lock{mutex};
-            never.wait_for(lock, stop, is_growing ? look_at_growth : look_for_growth, [] { return false; });
+            pause(stop, is_growing ? look_at_growth : look_for_growth);
         }
     }
-}
+
+    void pause(const std::stop_token& stop, std::chrono::milliseconds duration) {
+        std::unique_lock lock{mutex_};
+        never_.wait_for(lock, stop, duration, [] { return false; });
+    }
+
+    std::shared_ptr<const FileSource> source_;
+    std::shared_ptr<AccessPointIndex> index_;
+    SidecarUse sidecar_;
+    std::function<void()> on_progress_;
+    FileGrowth growth_;
+    PacketReader reader_;
+    std::optional<AccessPointCollector> collector_;
+    std::uint64_t known_size_{0}; ///< what the index beside the file covers to the end; 0 = not all of it
+    std::uint64_t scanned_{0};
+    bool is_finished_{false};
+    std::mutex mutex_;
+    std::condition_variable_any never_;
+};
 
 } // namespace
 
 IndexScanner::IndexScanner(std::shared_ptr<const FileSource> source, std::shared_ptr<AccessPointIndex> index,
-                           std::function<void()> on_progress)
-    : thread_{[source = std::move(source), index = std::move(index),
+                           SidecarUse sidecar, std::function<void()> on_progress)
+    : thread_{[source = std::move(source), index = std::move(index), sidecar,
                on_progress = std::move(on_progress)](const std::stop_token& stop) {
+          // Linux keeps a nice value per thread: playing comes first.
+          ::setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), background_nice);
           try {
-              scan(stop, source, *index, on_progress);
+              FileScan{source, index, sidecar, on_progress}.run(stop);
           } catch (const std::exception& error) {
               log_incident("index", "scan", std::string{"scanning ended early: "} + error.what());
           }

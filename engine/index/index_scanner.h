@@ -10,13 +10,17 @@
 
 namespace velmora {
 
+/// Whether an index is kept beside the file.
+enum class SidecarUse { none, kept };
+
 /// Reads the whole file once on its own thread, at low priority, then what is added to it; the destructor
-/// stops it within one block.
+/// stops it within one block. Where an index is kept beside the file, that is read first, and only what it
+/// does not cover is scanned; a scan that reached the end is stored.
 class IndexScanner {
 public:
     /// @param on_progress called on the scanner's thread after each block, and when the file grows no more
     IndexScanner(std::shared_ptr<const FileSource> source, std::shared_ptr<AccessPointIndex> index,
-                 std::function<void()> on_progress);
+                 SidecarUse sidecar, std::function<void()> on_progress);
 
 private:
     std::jthread thread_;

@@ -71,7 +71,7 @@ void FilePlayer::open() {
     if (stop_.stop_requested()) {
         return;
     }
-    scanner_ = std::make_unique<IndexScanner>(source_, index_, [this] { wake(); });
+    scanner_ = std::make_unique<IndexScanner>(source_, index_, setup_.sidecar, [this] { wake(); });
     thread_ = std::jthread{[this] { run(stop_.get_token()); }};
 }
 

@@ -33,6 +33,7 @@ public:
     struct Setup {
         std::string latin1_path;
         Tempo tempo; ///< reverse begins at the end; in pause the first picture is shown
+        SidecarUse sidecar{SidecarUse::none};
     };
     /// What the player needs of its surroundings; called on its thread.
     struct Hooks {

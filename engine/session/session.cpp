@@ -74,7 +74,8 @@ int Session::start_playback() {
         }
         const playback_setup_t& setup = *playback_setup_;
         const auto tempo = tempo_of(setup.direction, setup.speed);
-        FilePlayer::Setup file{text_of(setup.file_name, sizeof setup.file_name), tempo.value_or(Tempo{})};
+        FilePlayer::Setup file{text_of(setup.file_name, sizeof setup.file_name), tempo.value_or(Tempo{}),
+                               setup.is_trick_mode != 0 ? SidecarUse::kept : SidecarUse::none};
         player = std::make_shared<FilePlayer>(
             std::move(file), FilePlayer::Hooks{[this] { presenter_.wake(); }, [this] { audio_.discard(); }});
         previous = std::exchange(player_, player);

@@ -31,8 +31,8 @@ std::size_t section_size(std::span<const std::uint8_t> section) {
 
 } // namespace
 
-std::uint32_t mpeg_crc32(std::span<const std::uint8_t> bytes) {
-    std::uint32_t crc = 0xFFFFFFFFU;
+std::uint32_t mpeg_crc32(std::span<const std::uint8_t> bytes, std::uint32_t before) {
+    std::uint32_t crc = before;
     for (const std::uint8_t byte : bytes) {
         crc = (crc << 8U) ^ crc_table[((crc >> 24U) ^ byte) & 0xFFU];
     }

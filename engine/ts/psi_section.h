@@ -11,7 +11,8 @@
 namespace velmora {
 
 /// CRC-32 of ISO/IEC 13818-1 Annex A; 0 over a section that includes its own CRC.
-std::uint32_t mpeg_crc32(std::span<const std::uint8_t> bytes);
+/// @param before the CRC of what stands in front of `bytes`, if anything does
+std::uint32_t mpeg_crc32(std::span<const std::uint8_t> bytes, std::uint32_t before = 0xFFFFFFFFU);
 
 /// Puts the sections of one PID together from its packets and hands on those whose CRC holds.
 class SectionAssembler {

@@ -39,9 +39,21 @@ void EngineUnderTest::close() {
 
 int EngineUnderTest::play(const std::filesystem::path& file, int speed, int direction) {
     playback_setup_t setup{};
-    std::strncpy(setup.file_name, file.c_str(), sizeof setup.file_name - 1);
     setup.speed = speed;
     setup.direction = direction;
+    return start(file, setup);
+}
+
+int EngineUnderTest::play_with_index(const std::filesystem::path& file, int speed) {
+    playback_setup_t setup{};
+    setup.speed = speed;
+    setup.direction = PLAYER_DIR_FORWARD;
+    setup.is_trick_mode = 1;
+    return start(file, setup);
+}
+
+int EngineUnderTest::start(const std::filesystem::path& file, playback_setup_t setup) {
+    std::strncpy(setup.file_name, file.c_str(), sizeof setup.file_name - 1);
     table().Velmora_set_playback_param(handle_, setup);
     return table().Velmora_start(handle_, 1);
 }

@@ -57,6 +57,8 @@ public:
     /// @return the result of Velmora_start
     int play(const std::filesystem::path& file, int speed = PLAYER_SPD_NORMAL,
              int direction = PLAYER_DIR_FORWARD);
+    /// As play, in the mode that keeps an index beside the file.
+    int play_with_index(const std::filesystem::path& file, int speed = PLAYER_SPD_NORMAL);
     void set_tempo(int direction, int speed);
     void pause() { set_tempo(PLAYER_DIR_FORWARD, PLAYER_SPD_PAUSE); }
     /// Forward at normal speed.
@@ -82,6 +84,7 @@ public:
                        std::chrono::seconds limit = std::chrono::seconds{20}) const;
 
 private:
+    int start(const std::filesystem::path& file, playback_setup_t setup);
     static void overlay(void* self, int channel, unsigned int format, int width, int height, int pitch,
                         void* bitmap, void* extension);
 
