@@ -1,10 +1,10 @@
 #include "file/file_source.h"
 
 #include "diagnostics/log.h"
+#include "file/latin1.h"
 
 #include <cerrno>
 #include <fcntl.h>
-#include <string_view>
 #include <sys/stat.h>
 #include <system_error>
 #include <utility>
@@ -15,20 +15,6 @@ namespace velmora {
 namespace {
 
 constexpr std::size_t probe_size = std::size_t{64} << 10U;
-
-std::string latin1_to_utf8(std::string_view latin1) {
-    std::string utf8;
-    for (const char character : latin1) {
-        const auto code = static_cast<unsigned char>(character);
-        if (code < 0x80) {
-            utf8.push_back(character);
-        } else {
-            utf8.push_back(static_cast<char>(0xC0U | (code >> 6U)));
-            utf8.push_back(static_cast<char>(0x80U | (code & 0x3FU)));
-        }
-    }
-    return utf8;
-}
 
 std::string error_text(int error) {
     return std::generic_category().message(error);

@@ -1,6 +1,7 @@
 #include "index/access_point_index.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace velmora {
 
@@ -68,6 +69,11 @@ std::size_t AccessPointIndex::size() const {
 std::vector<AccessPoint> AccessPointIndex::points() const {
     const std::lock_guard lock{mutex_};
     return points_;
+}
+
+std::vector<AccessPoint> AccessPointIndex::take_points() {
+    const std::lock_guard lock{mutex_};
+    return std::exchange(points_, {});
 }
 
 } // namespace velmora

@@ -57,6 +57,8 @@ public:
     std::size_t size() const;
     /// A copy of all points, in file order.
     std::vector<AccessPoint> points() const;
+    /// Moves the points out; the extent stays.
+    std::vector<AccessPoint> take_points();
 
 private:
     mutable std::mutex mutex_;

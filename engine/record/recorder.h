@@ -20,24 +20,27 @@ public:
 };
 
 struct RecorderSetup {
-    std::string latin1_directory;
-    std::optional<std::string> latin1_name; ///< of the file; nothing: named by the local time
+    std::string latin1_directory;           ///< taken as it is, or else as the same characters in UTF-8
+    std::optional<std::string> latin1_name; ///< of the file; nothing or "": named by the local time
     std::chrono::seconds limit{0};          ///< of the recording's length; 0 = none
     bool writes_index{false};
 };
 
 struct RecordingFacts {
-    std::string path;       ///< of the file being written
-    std::uint64_t bytes{0}; ///< written
-    std::chrono::seconds length{0};
+    std::string path;               ///< of the file being written
+    std::uint64_t bytes{0};         ///< written
+    std::chrono::seconds length{0}; ///< by the recorded stream's time stamps, else by the time of arrival
+    std::uint64_t lost{0};          ///< bytes left out because the disk was too slow
 };
 
 /// Owns the file and the thread that writes it. A slow disk never holds up who feeds: what waits is bounded,
-/// what does not fit is left out, counted and told.
+/// what does not fit is left out, counted and told. What arrived is in the file a fifth of a second later,
+/// and in the index after that: players may follow the file while it grows, and a crash leaves both in order.
 class Recorder {
 public:
-    /// Creates the file.
-    /// @param on_ended called on the recorder's thread when it ends by itself: disk full, limit reached
+    /// Creates the file; one whose name is taken becomes name_2, name_3 and so on.
+    /// @param on_ended called on the recorder's thread, which must not destroy the recorder, when it ends by
+    /// itself: the limit is reached, or the disk is full or gone, which is told; the file is complete then
     /// @throws RecordingError
     Recorder(const RecorderSetup& setup, std::function<void()> on_ended);
     /// Writes what waits, then closes the file.
@@ -47,7 +50,7 @@ public:
 
     /// The first block begins with the tables and an access point. Never waits; from one thread at a time.
     void feed(SharedBlock block);
-    /// Marks the second that was recorded last.
+    /// Marks the second that was recorded last, in the list of tags beside the file. From any thread.
     void mark();
     /// Never waits for the disk; from any thread.
     RecordingFacts facts() const;

@@ -1,7 +1,7 @@
 // Bisection finds what a scan of the whole file finds.
 #include "index/bisector.h"
 
-#include "index/access_point_collector.h"
+#include "index/scanned_points.h"
 #include "support/stream_maker.h"
 
 #include <gtest/gtest.h>
@@ -20,6 +20,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
+using test::open;
+using test::scan;
+
 constexpr int seconds = 40;
 
 StreamRecipe forty_seconds(const std::string& codec, int gop, const std::string& options = {}) {
@@ -32,18 +35,6 @@ StreamRecipe forty_seconds(const std::string& codec, int gop, const std::string&
     recipe.audio = "mp2";
     recipe.video_options = options;
     return recipe;
-}
-
-std::shared_ptr<const FileSource> open(const std::filesystem::path& file) {
-    return std::make_shared<const FileSource>(file.string());
-}
-
-void scan(const std::shared_ptr<const FileSource>& source, AccessPointIndex& index) {
-    AccessPointCollector collector{index};
-    PacketReader reader{source, std::size_t{1} << 20U};
-    while (reader.read_block([&](const TsPacket& packet) { collector.feed(packet); })) {
-    }
-    collector.finish();
 }
 
 void expect_the_same_points(const std::filesystem::path& file) {

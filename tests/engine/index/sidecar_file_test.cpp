@@ -1,9 +1,10 @@
 // The index beside a file is small, notices all damage, and is believed only where the file bears it out.
 #include "index/sidecar_file.h"
 
-#include "file/packet_reader.h"
-#include "index/access_point_collector.h"
+#include "index/bisector.h"
 #include "index/index_scanner.h"
+#include "index/scanned_points.h"
+#include "index/sidecar_writer.h"
 #include "support/stream_maker.h"
 #include "table/scratch_files.h"
 
@@ -15,7 +16,7 @@
 #include <fstream>
 #include <mutex>
 
-namespace velmora {
+namespace velmora::test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -30,24 +31,6 @@ StreamRecipe ten_seconds(const std::string& codec = "h264", const std::string& o
     recipe.audio = "mp2";
     recipe.video_options = options;
     return recipe;
-}
-
-std::shared_ptr<const FileSource> open(const std::filesystem::path& file) {
-    return std::make_shared<const FileSource>(file.string());
-}
-
-void scan(const std::shared_ptr<const FileSource>& source, AccessPointIndex& index) {
-    AccessPointCollector collector{index};
-    PacketReader reader{source, std::size_t{1} << 20U};
-    while (reader.read_block([&](const TsPacket& packet) { collector.feed(packet); })) {
-    }
-    collector.finish();
-}
-
-std::vector<AccessPoint> points_of(const std::filesystem::path& file) {
-    AccessPointIndex index;
-    scan(open(file), index);
-    return index.points();
 }
 
 Bytes encoded(const std::vector<AccessPoint>& points, const std::optional<SidecarExtent>& extent) {
@@ -66,12 +49,6 @@ Bytes index_of(const std::filesystem::path& file) {
     scan(open(file), index);
     return encoded(index.points(), SidecarExtent{std::filesystem::file_size(file), index.extent().end,
                                                  index.extent().last_picture});
-}
-
-bool same(const AccessPoint& a, const AccessPoint& b) {
-    return a.offset == b.offset && a.anchor.stream == b.anchor.stream &&
-           a.anchor.position == b.anchor.position && a.presentation == b.presentation &&
-           a.clean_from == b.clean_from && *a.streams == *b.streams;
 }
 
 bool is_beginning_of(const std::vector<AccessPoint>& beginning, const std::vector<AccessPoint>& whole) {
@@ -326,5 +303,29 @@ TEST_F(SidecarFile, IsNeitherReadNorWrittenUnasked) {
     EXPECT_EQ(read_bytes(scratch_.path() / "film.ts.idx"), index);
 }
 
+TEST_F(SidecarFile, IsNotReplacedWhileARecorderWritesIt) {
+    const auto source = open(file_);
+    AccessPointIndex index;
+    scan(source, index);
+    {
+        const SidecarWriter recorder{file_.string()};
+        save_sidecar(*source, index, Bisector::worthwhile);
+        EXPECT_EQ(read_bytes(scratch_.path() / "film.ts.idx"), SidecarEncoder{}.take());
+    }
+    save_sidecar(*source, index, Bisector::worthwhile);
+    EXPECT_EQ(decode_sidecar(read_bytes(scratch_.path() / "film.ts.idx")).points.size(), index.size());
+}
+
+TEST_F(SidecarFile, IsNotWrittenForAFileThatWasReplacedOrIsSmall) {
+    const auto source = open(file_);
+    AccessPointIndex index;
+    scan(source, index);
+    save_sidecar(*source, index, Bisector::worthwhile - 1);
+    EXPECT_FALSE(std::filesystem::exists(scratch_.path() / "film.ts.idx"));
+    std::filesystem::rename(scratch_.write("other.ts", Bytes(1000, 'x')), file_);
+    save_sidecar(*source, index, Bisector::worthwhile);
+    EXPECT_FALSE(std::filesystem::exists(scratch_.path() / "film.ts.idx"));
+}
+
 } // namespace
-} // namespace velmora
+} // namespace velmora::test

@@ -1,0 +1,185 @@
+#include "record/recorder.h"
+
+#include "diagnostics/log.h"
+#include "file/tag_list.h"
+#include "record/block_backlog.h"
+#include "record/recording.h"
+#include "record/recording_name.h"
+
+#include <ctime>
+#include <mutex>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace velmora {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::size_t backlog_capacity = std::size_t{64} << 20U;
+constexpr std::size_t worthwhile_write = std::size_t{256} << 10U;
+/// What arrived is in the file after this time, so that a player can follow it closely.
+constexpr auto longest_wait = 200ms;
+
+std::string name_of(const RecorderSetup& setup) {
+    return setup.latin1_name && !setup.latin1_name->empty() ? *setup.latin1_name
+                                                            : recording_name(std::time(nullptr));
+}
+
+} // namespace
+
+class Recorder::Writer {
+public:
+    Writer(const RecorderSetup& setup, std::function<void()> on_ended)
+        : recording_{setup.latin1_directory, name_of(setup), setup.writes_index}, limit_{setup.limit},
+          on_ended_{std::move(on_ended)}, tags_{recording_.path()} {
+        facts_.path = recording_.path();
+        thread_ = std::jthread{[this] { run(); }};
+    }
+    ~Writer() { backlog_.close(); }
+    Writer(const Writer&) = delete;
+    Writer& operator=(const Writer&) = delete;
+
+    void feed(SharedBlock block) {
+        const std::size_t size = block->bytes.size();
+        if (backlog_.put(std::move(block))) {
+            return;
+        }
+        const std::lock_guard lock{mutex_};
+        if (!ended_) {
+            facts_.lost += size;
+            log_incident("record", "loss",
+                         facts_.path + " is written too slowly, " + std::to_string(facts_.lost) +
+                             " bytes left out so far");
+        }
+    }
+
+    void mark() {
+        {
+            const std::lock_guard lock{mutex_};
+            tags_.mark(static_cast<int>(second_.count()));
+        }
+        backlog_.wake();
+    }
+
+    RecordingFacts facts() const {
+        const std::lock_guard lock{mutex_};
+        return facts_;
+    }
+
+    bool is_running() const {
+        const std::lock_guard lock{mutex_};
+        return !ended_;
+    }
+
+private:
+    void run() {
+        const bool ends_by_itself = !write_all();
+        {
+            const std::lock_guard lock{mutex_};
+            ended_ = ends_by_itself;
+        }
+        backlog_.close();
+        try {
+            recording_.finish();
+            tags_.save();
+        } catch (const std::exception& error) {
+            tell_end(error);
+        }
+        if (ends_by_itself) {
+            on_ended_();
+        }
+    }
+
+    /// @return false when it could not, or may not, go on to the end
+    bool write_all() {
+        try {
+            while (!backlog_.is_drained()) {
+                write(backlog_.take(longest_wait));
+                tags_.save();
+                if (limit_ > 0s && facts_.length >= limit_) {
+                    return false;
+                }
+            }
+            return true;
+        } catch (const std::exception& error) {
+            tell_end(error);
+            return false;
+        }
+    }
+
+    static void tell_end(const std::exception& error) {
+        log_incident("record", "end", std::string{error.what()} + ", the recording ended");
+    }
+
+    void write(const std::vector<SharedBlock>& blocks) {
+        if (blocks.empty()) {
+            return;
+        }
+        bytes_.clear();
+        for (const SharedBlock& block : blocks) {
+            bytes_.insert(bytes_.end(), block->bytes.begin(), block->bytes.end());
+        }
+        first_arrival_ = first_arrival_ ? first_arrival_ : blocks.front()->arrived;
+        const auto elapsed = blocks.back()->arrived - *first_arrival_;
+        try {
+            recording_.write(bytes_);
+        } catch (const RecordingError&) {
+            update_facts(elapsed);
+            throw;
+        }
+        update_facts(elapsed);
+    }
+
+    /// @param elapsed since the first packets arrived: the length where the stream itself tells none
+    void update_facts(SteadyClock::duration elapsed) {
+        using std::chrono::duration_cast;
+        using std::chrono::seconds;
+        const IndexExtent extent = recording_.extent();
+        const bool is_timed = extent.end > Position{};
+        const std::lock_guard lock{mutex_};
+        facts_.bytes = recording_.bytes();
+        facts_.length = is_timed ? duration_cast<seconds>(extent.end.time_since_epoch())
+                                 : duration_cast<seconds>(elapsed);
+        second_ = is_timed ? duration_cast<seconds>(extent.last_picture.time_since_epoch()) : facts_.length;
+    }
+
+    Recording recording_; ///< the writer's thread only, once it runs
+    const std::chrono::seconds limit_;
+    const std::function<void()> on_ended_;
+    BlockBacklog backlog_{backlog_capacity, worthwhile_write};
+    std::vector<std::uint8_t> bytes_;         ///< the writer's thread only
+    std::optional<SteadyTime> first_arrival_; ///< the writer's thread only
+    TagList tags_;
+    mutable std::mutex mutex_;
+    // Protected by mutex_, written by the writer's thread:
+    RecordingFacts facts_;
+    std::chrono::seconds second_{0}; ///< of the last picture
+    bool ended_{false};
+    std::jthread thread_;
+};
+
+Recorder::Recorder(const RecorderSetup& setup, std::function<void()> on_ended)
+    : writer_{std::make_unique<Writer>(setup, std::move(on_ended))} {}
+
+Recorder::~Recorder() = default;
+
+void Recorder::feed(SharedBlock block) {
+    writer_->feed(std::move(block));
+}
+
+void Recorder::mark() {
+    writer_->mark();
+}
+
+RecordingFacts Recorder::facts() const {
+    return writer_->facts();
+}
+
+bool Recorder::is_running() const {
+    return writer_->is_running();
+}
+
+} // namespace velmora
