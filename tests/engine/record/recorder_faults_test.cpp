@@ -101,6 +101,27 @@ TEST_F(RecorderFaults, ADiskWithoutRoomForAFileOrForWritingRefuses) {
     }
 }
 
+TEST_F(RecorderFaults, WhatComesFasterThanTheDiskTakesItIsLeftOutCountedAndTold) {
+    constexpr std::size_t block_size = std::size_t{188} * 20'000;
+    const auto block =
+        std::make_shared<const PacketBlock>(PacketBlock{Bytes(block_size, 0x47), SteadyClock::now()});
+    constexpr int blocks = 200; // 750 MB at once, of which 64 MiB may wait
+    const StderrCapture errors;
+    std::uint64_t lost = 0;
+    {
+        Recorder recorder{setup(), [] { ADD_FAILURE() << "ended by itself"; }};
+        for (int i = 0; i < blocks; ++i) {
+            recorder.feed(block);
+        }
+        lost = recorder.facts().lost;
+        EXPECT_GT(lost, 0U);
+        EXPECT_TRUE(recorder.is_running());
+        EXPECT_TRUE(eventually([&] { return recorder.facts().bytes + lost == blocks * block_size; }));
+    }
+    EXPECT_EQ(std::filesystem::file_size(directory_ / "a.ts"), blocks * block_size - lost);
+    EXPECT_FALSE(errors.lines().empty());
+}
+
 TEST_F(RecorderFaults, AMissingDirectoryRefuses) {
     std::filesystem::remove(directory_);
     EXPECT_THROW(Recorder(setup(), [] {}), RecordingError);
