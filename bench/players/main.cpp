@@ -1,110 +1,62 @@
 /*
- * Compares this project's player with mpv and ffplay on the display of DISPLAY, interleaved.
+ * Compares this project's player with others on the display of DISPLAY, interleaved.
  *
- *     player_bench PROGRAMS FRAMEBUFFER_DIRECTORY SCRATCH_DIRECTORY ROUNDS SECONDS
+ *     player_bench PROGRAMS FRAMEBUFFER_DIRECTORY SCRATCH_DIRECTORY PART ROUNDS SECONDS
  *
- * PROGRAMS holds zandor_player and libvelmora.so.
+ * PROGRAMS holds zandor_player and libvelmora.so. PART is one of the parts, "trick" or "all".
  */
-#include "players/framebuffer.h"
-#include "players/measurement.h"
-#include "players/report.h"
-#include "support/stream_maker.h"
+#include "players/bench.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <span>
 #include <stdexcept>
+#include <string_view>
 
 namespace {
 
-constexpr int fps = 25;
-constexpr int next_first = 1'000'000; // numbers of the stream that is opened in the running player
-
-struct Case {
-    const char* name;
-    StreamRecipe recipe;
+struct Part {
+    std::string_view name;
+    std::string_view group;
+    void (*compare)(const Bench& bench);
 };
 
-std::vector<Case> cases(int seconds) {
-    return {
-        {"1080p25 H.264, 8 Mbit/s, shown at 720x405",
-         {.codec = "h264",
-          .width = 1920,
-          .height = 1080,
-          .fps = fps,
-          .gop = 50,
-          .bframes = 3,
-          .bitrate = "8M",
-          .duration = seconds,
-          .audio = "mp2"}},
-        {"1080p25 HEVC, 5 Mbit/s, shown at 720x405",
-         {.codec = "hevc",
-          .width = 1920,
-          .height = 1080,
-          .fps = fps,
-          .gop = 50,
-          .bframes = 3,
-          .bitrate = "5M",
-          .duration = seconds,
-          .audio = "mp2"}},
-        {"576i25 MPEG-2, 6 Mbit/s, shown at 720x576",
-         {.codec = "mpeg2",
-          .width = 720,
-          .height = 576,
-          .fps = fps,
-          .gop = 12,
-          .bframes = 2,
-          .bitrate = "6M",
-          .interlaced = true,
-          .duration = seconds,
-          .audio = "mp2"}},
-    };
-}
-
-Stream prepare(StreamRecipe recipe, int first) {
-    recipe.first = first;
-    constexpr int shown_width = 720;
-    const auto file = make_stream(recipe);
-    if (file.empty()) {
-        throw std::runtime_error("a stream could not be made");
-    }
-    return {.file = file,
-            .first = static_cast<std::uint32_t>(first),
-            .count = static_cast<std::uint32_t>(fps * recipe.duration),
-            .width = shown_width,
-            .height = shown_width * recipe.height / recipe.width};
-}
+constexpr Part parts[] = {
+    {"play", "play", compare_playing},       {"seek", "trick", compare_seeking},
+    {"reverse", "trick", compare_reversing}, {"race", "trick", compare_racing},
+    {"open", "trick", compare_opening},
+};
 
 void compare(std::span<char*> arguments) {
     const std::filesystem::path programs = arguments[1];
     const Framebuffer framebuffer(arguments[2]);
     const std::filesystem::path scratch = arguments[3];
-    const int rounds = std::atoi(arguments[4]);
-    const int seconds = std::atoi(arguments[5]);
+    const std::string_view wanted = arguments[4];
     Desktop desktop;
-    const std::vector<std::pair<const char*, PlayerFactory>> players = {
-        {"zandor",
-         [&](Desktop& on, const Stream& stream) { return make_zandor(on, stream, programs, scratch); }},
-        {"mpv", [&](Desktop&, const Stream& stream) { return make_mpv(stream, scratch); }},
-        {"ffplay", [](Desktop&, const Stream& stream) { return make_ffplay(stream); }},
+    const Bench bench{
+        .framebuffer = framebuffer,
+        .desktop = desktop,
+        .scratch = scratch,
+        .rounds = std::atoi(arguments[5]),
+        .seconds = std::atoi(arguments[6]),
+        .trick_players = {{"zandor",
+                           [&](const Stream& stream, int racing_speed) {
+                               return make_zandor(desktop, stream, programs, scratch, racing_speed);
+                           }},
+                          {"mpv", [&](const Stream& stream,
+                                      int racing_speed) { return make_mpv(stream, scratch, racing_speed); }}},
+        .plain_players = {{"ffplay", make_ffplay}},
     };
-    for (const Case& test : cases(seconds)) {
-        std::printf("making %s\n", test.name);
-        std::fflush(stdout);
-        const Stream stream = prepare(test.recipe, 0);
-        const Stream next = prepare(test.recipe, next_first);
-        std::vector<Column> columns;
-        columns.reserve(players.size());
-        for (const auto& [name, factory] : players) {
-            columns.push_back({.player = name, .runs = {}});
+    bool is_known = false;
+    for (const Part& part : parts) {
+        if (wanted == part.name || wanted == part.group || wanted == "all") {
+            is_known = true;
+            part.compare(bench);
         }
-        for (int round = 0; round < rounds; ++round) {
-            for (std::size_t i = 0; i < players.size(); ++i) {
-                columns[i].runs.push_back(measure(players[i].second, framebuffer, desktop, stream, next));
-            }
-        }
-        print_report(test.name, stream.count, columns);
+    }
+    if (!is_known) {
+        throw std::runtime_error("there is no part " + std::string(wanted));
     }
 }
 
@@ -112,9 +64,10 @@ void compare(std::span<char*> arguments) {
 
 int main(int argc, char** argv) {
     const std::span arguments(argv, static_cast<std::size_t>(argc));
-    if (arguments.size() != 6) {
-        std::fputs("usage: player_bench PROGRAMS FRAMEBUFFER_DIRECTORY SCRATCH_DIRECTORY ROUNDS SECONDS\n",
-                   stderr);
+    if (arguments.size() != 7) {
+        std::fputs(
+            "usage: player_bench PROGRAMS FRAMEBUFFER_DIRECTORY SCRATCH_DIRECTORY PART ROUNDS SECONDS\n",
+            stderr);
         return 2;
     }
     try {

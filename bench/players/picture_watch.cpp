@@ -12,6 +12,7 @@ constexpr auto interval = std::chrono::microseconds(500);
 PictureWatch::PictureWatch(const Framebuffer& framebuffer, Desktop& desktop, Stream stream)
     : m_framebuffer(framebuffer), m_desktop(desktop), m_stream(std::move(stream)) {}
 
+/** The number of the stream's picture that is on the screen now; nothing when none is. */
 std::optional<std::uint32_t> PictureWatch::look() {
     return m_place ? read(*m_place) : locate();
 }
@@ -50,25 +51,34 @@ std::optional<std::uint32_t> PictureWatch::locate() {
     return number;
 }
 
-std::optional<Clock::time_point> PictureWatch::wait_for_first(Milliseconds limit) {
+std::optional<Sighting> PictureWatch::wait_for_change(Milliseconds limit) {
     const auto end = Clock::now() + limit;
     while (Clock::now() < end) {
-        if (look()) {
-            return Clock::now();
+        if (const auto number = look(); number && number != m_last) {
+            m_last = number;
+            return Sighting{.number = *number, .when = Clock::now()};
         }
         std::this_thread::sleep_for(interval);
     }
     return std::nullopt;
 }
 
-std::set<std::uint32_t> PictureWatch::watch(Milliseconds patience) {
-    std::set<std::uint32_t> seen;
-    auto newest = Clock::now();
-    while (Clock::now() - newest < patience && !seen.contains(m_stream.first + m_stream.count - 1)) {
-        if (const auto number = look(); number && seen.insert(*number).second) {
-            newest = Clock::now();
+std::vector<Sighting> PictureWatch::watch_to_end(Milliseconds patience) {
+    std::vector<Sighting> seen;
+    while (const auto sighting = wait_for_change(patience)) {
+        seen.push_back(*sighting);
+        if (sighting->number == m_stream.first + m_stream.count - 1) {
+            break;
         }
-        std::this_thread::sleep_for(interval);
+    }
+    return seen;
+}
+
+std::vector<Sighting> PictureWatch::watch_for(Milliseconds duration) {
+    std::vector<Sighting> seen;
+    const auto end = Clock::now() + duration;
+    while (const auto sighting = wait_for_change(end - Clock::now())) {
+        seen.push_back(*sighting);
     }
     return seen;
 }

@@ -6,33 +6,26 @@
 
 #include "players/desktop.h"
 #include "players/framebuffer.h"
+#include "players/numbered_stream.h"
+#include "players/sightings.h"
 
 #include <cstdint>
 #include <optional>
-#include <set>
-
-/** The numbers of a stream's pictures and the size they are shown at. */
-struct Stream {
-    std::filesystem::path file;
-    std::uint32_t first = 0; /* number of the first picture */
-    std::uint32_t count = 0; /* pictures */
-    int width = 0;           /* on the screen, pixels */
-    int height = 0;          /* on the screen, pixels */
-};
+#include <vector>
 
 class PictureWatch {
 public:
     PictureWatch(const Framebuffer& framebuffer, Desktop& desktop, Stream stream);
 
-    /** The number of the stream's picture that is on the screen now; nothing when none is. */
-    std::optional<std::uint32_t> look();
-    /** Waits for the first picture of the stream and tells when it was there; nothing after `limit`. */
-    std::optional<Clock::time_point> wait_for_first(Milliseconds limit);
-    /** Looks until the last picture is there or nothing new has come for `patience`; returns the numbers
-     * seen. */
-    std::set<std::uint32_t> watch(Milliseconds patience);
+    /** Waits for a picture of the stream that is not the one seen last; nothing after `limit`. */
+    std::optional<Sighting> wait_for_change(Milliseconds limit);
+    /** Looks until the last picture is there or nothing has changed for `patience`. */
+    std::vector<Sighting> watch_to_end(Milliseconds patience);
+    /** Looks for so long. */
+    std::vector<Sighting> watch_for(Milliseconds duration);
 
 private:
+    std::optional<std::uint32_t> look();
     std::optional<std::uint32_t> read(const Rectangle& place) const;
     std::optional<std::uint32_t> locate();
 
@@ -40,6 +33,7 @@ private:
     Desktop& m_desktop;
     Stream m_stream;
     std::optional<Rectangle> m_place; /* of the picture on the screen, once found */
+    std::optional<std::uint32_t> m_last;
 };
 
 #endif

@@ -6,13 +6,11 @@
 
 #include "players/child_process.h"
 #include "players/desktop.h"
-#include "players/picture_watch.h"
+#include "players/numbered_stream.h"
 
 #include <functional>
 #include <memory>
 #include <optional>
-#include <string>
-#include <vector>
 
 class Player {
 public:
@@ -31,14 +29,31 @@ public:
     virtual std::optional<Clock::time_point> open(const Stream& stream) = 0;
 };
 
+/** A player that goes other ways than straight on. Each order returns its moment. */
+class TrickPlayer : public Player {
+public:
+    virtual Clock::time_point pause() = 0;
+    /** Asks for the first picture at or behind that second of the stream. */
+    virtual Clock::time_point seek(int second) = 0;
+    /** Plays backward from the present picture. */
+    virtual Clock::time_point turn_round() = 0;
+    /** Plays on at the racing speed that was given at the start. */
+    virtual Clock::time_point race() = 0;
+};
+
+/** Times the normal speed; of our player 2 to 5, or the 16 of its Fast button. */
+inline constexpr int usual_racing_speed = 16;
+
 /** Makes a player that is to play a stream. */
-using PlayerFactory = std::function<std::unique_ptr<Player>(Desktop&, const Stream&)>;
+using PlayerFactory = std::function<std::unique_ptr<Player>(const Stream&)>;
+using TrickPlayerFactory = std::function<std::unique_ptr<TrickPlayer>(const Stream&, int racing_speed)>;
 
 /** The player of this project, from the directory that holds it and its engine. */
-std::unique_ptr<Player> make_zandor(Desktop& desktop, const Stream& stream,
-                                    const std::filesystem::path& programs,
-                                    const std::filesystem::path& scratch);
-std::unique_ptr<Player> make_mpv(const Stream& stream, const std::filesystem::path& scratch);
+std::unique_ptr<TrickPlayer> make_zandor(Desktop& desktop, const Stream& stream,
+                                         const std::filesystem::path& programs,
+                                         const std::filesystem::path& scratch, int racing_speed);
+std::unique_ptr<TrickPlayer> make_mpv(const Stream& stream, const std::filesystem::path& scratch,
+                                      int racing_speed);
 std::unique_ptr<Player> make_ffplay(const Stream& stream);
 
 #endif

@@ -4,45 +4,38 @@
 #include <cmath>
 #include <cstdio>
 #include <limits>
+#include <numeric>
 
 namespace {
 
-struct Row {
-    Quantity quantity;
-    const char* name;
-    const char* format;
-    double goal; /* as a ratio to the peer: at most, for pictures at least */
-};
+constexpr double not_measured = std::numeric_limits<double>::quiet_NaN();
 
-constexpr Row rows[] = {
-    {Quantity::first_picture, "first picture after exec, ms", "%.0f", 0.90},
-    {Quantity::opening, "opening in the running player, ms", "%.0f", 0.40},
-    {Quantity::processor_time, "processor time per picture, ms", "%.2f", 0.90},
-    {Quantity::peak_memory, "peak memory, MiB", "%.0f", 1.0},
-    {Quantity::pictures_shown, "pictures shown", "%.0f", 1.0},
-};
-
-/** Median, least and largest value of a quantity over the runs; not numbers when there is none. */
-struct Summary {
-    double median = std::numeric_limits<double>::quiet_NaN();
-    double least = median;
-    double largest = median;
-};
-
-Summary summarise(const Column& column, Quantity quantity) {
-    std::vector<double> values;
-    for (const Measurement& run : column.runs) {
-        if (const auto found = run.find(quantity); found != run.end()) {
-            values.push_back(found->second);
-        }
-    }
-    if (values.empty()) {
-        return {};
-    }
+std::vector<double> sorted_values(const Column& column, Quantity quantity) {
+    const auto found = column.samples.find(quantity);
+    std::vector<double> values = found == column.samples.end() ? std::vector<double>{} : found->second;
     std::ranges::sort(values);
-    const std::size_t middle = values.size() / 2;
-    const double median = values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
-    return {.median = median, .least = values.front(), .largest = values.back()};
+    return values;
+}
+
+double median(const std::vector<double>& sorted) {
+    const std::size_t middle = sorted.size() / 2;
+    return sorted.size() % 2 == 1 ? sorted[middle] : (sorted[middle - 1] + sorted[middle]) / 2;
+}
+
+double summary(const std::vector<double>& sorted, Statistic statistic) {
+    if (sorted.empty()) {
+        return not_measured;
+    }
+    const auto count = static_cast<double>(sorted.size());
+    switch (statistic) {
+    case Statistic::ninety_fifth:
+        return sorted[static_cast<std::size_t>(std::ceil(count * 0.95)) - 1];
+    case Statistic::mean:
+        return std::accumulate(sorted.begin(), sorted.end(), 0.0) / count;
+    case Statistic::median:
+        break;
+    }
+    return median(sorted);
 }
 
 std::string number(const char* format, double value) {
@@ -54,42 +47,56 @@ std::string number(const char* format, double value) {
     return text;
 }
 
-std::string cell(const char* format, const Summary& summary) {
-    if (std::isnan(summary.median)) {
-        return "-";
+std::string cell(const Row& row, const std::vector<double>& sorted) {
+    const std::string value = number(row.format, summary(sorted, row.statistic));
+    if (sorted.empty() || row.statistic != Statistic::median) {
+        return value;
     }
-    return number(format, summary.median) + " (" + number(format, summary.least) + ".." +
-           number(format, summary.largest) + ")";
+    return value + " (" + number(row.format, sorted.front()) + ".." + number(row.format, sorted.back()) + ")";
 }
 
-std::string verdict(const Row& row, double ratio, double own, double due) {
-    if (row.quantity == Quantity::pictures_shown) {
-        return own >= due ? "all due: met" : "all due: MISSED";
+std::string verdict(const Goal& goal, double own, double ratio) {
+    std::string text;
+    double value = own;
+    bool met = false;
+    switch (goal.kind) {
+    case Goal::Kind::none:
+        return "";
+    case Goal::Kind::ratio_at_most:
+        text = "ratio <= " + number("%.2f", goal.bound);
+        value = ratio;
+        met = ratio <= goal.bound;
+        break;
+    case Goal::Kind::at_least:
+        text = ">= " + number("%.4g", goal.bound);
+        met = own >= goal.bound;
+        break;
+    case Goal::Kind::at_most:
+        text = "<= " + number("%.4g", goal.bound);
+        met = own <= goal.bound;
+        break;
     }
-    const std::string goal = "<= " + number("%.2f", row.goal);
-    return std::isnan(ratio) ? goal : goal + (ratio <= row.goal ? ": met" : ": MISSED");
+    return std::isnan(value) ? text + ": not measured" : text + (met ? ": met" : ": MISSED");
 }
 
 } // namespace
 
-void print_report(const std::string& stream_name, std::uint32_t pictures_due,
-                  const std::vector<Column>& columns) {
-    std::printf("\n%s, %u pictures due\n%-36s", stream_name.c_str(), pictures_due, "");
+void print_report(const std::string& title, std::span<const Row> rows, std::span<const Column> columns) {
+    std::printf("\n%s\n%-40s", title.c_str(), "");
     for (const Column& column : columns) {
         std::printf("%-24s", column.player.c_str());
     }
     std::printf("%-16s%s\n", (columns[0].player + "/" + columns[1].player).c_str(), "goal");
     for (const Row& row : rows) {
-        std::printf("%-36s", row.name);
-        std::vector<double> medians;
+        std::printf("%-40s", row.name.c_str());
+        std::vector<double> values;
         for (const Column& column : columns) {
-            const Summary summary = summarise(column, row.quantity);
-            medians.push_back(summary.median);
-            std::printf("%-24s", cell(row.format, summary).c_str());
+            const auto sorted = sorted_values(column, row.quantity);
+            values.push_back(summary(sorted, row.statistic));
+            std::printf("%-24s", cell(row, sorted).c_str());
         }
-        const double ratio = medians[0] / medians[1];
-        std::printf("%-16s%s\n", number("%.2f", ratio).c_str(),
-                    verdict(row, ratio, medians[0], pictures_due).c_str());
+        const double ratio = values[0] / values[1];
+        std::printf("%-16s%s\n", number("%.2f", ratio).c_str(), verdict(row.goal, values[0], ratio).c_str());
     }
     std::fflush(stdout);
 }

@@ -8,14 +8,24 @@ namespace {
 
 using namespace std::chrono_literals;
 
-class Zandor : public Player {
+/** A place in the window: parts of its width from the left, pixels from the left and from the bottom. */
+struct Place {
+    double share = 0;
+    int x = 0;
+    int from_bottom = 0;
+};
+
+constexpr Place pause_button{0.11, 75, 26};
+constexpr Place prevward_button{0.5, -41, 26};
+constexpr Place fast_button{0.5, 6, 26};
+constexpr double slider_left = 0.11;
+constexpr double slider_right = 0.89;
+constexpr int slider_from_bottom = 56;
+
+class Zandor : public TrickPlayer {
 public:
-    Zandor(Desktop& desktop, Stream stream, const std::filesystem::path& programs,
-           const std::filesystem::path& directory)
-        : m_desktop(desktop), m_stream(std::move(stream)),
-          m_process({.arguments = {programs / "zandor_player"},
-                     .environment = {"SDL_AUDIODRIVER=dummy"},
-                     .directory = directory}) {}
+    Zandor(Desktop& desktop, Stream stream, const Command& command)
+        : m_desktop(desktop), m_stream(std::move(stream)), m_process(command) {}
 
     const ChildProcess& process() const override { return m_process; }
 
@@ -29,7 +39,30 @@ public:
 
     std::optional<Clock::time_point> open(const Stream& stream) override { return order(stream); }
 
+    Clock::time_point pause() override { return click(pause_button); }
+
+    Clock::time_point seek(int second) override {
+        const Rectangle window = m_desktop.largest_window();
+        const int left = static_cast<int>(window.width * slider_left);
+        const int width = static_cast<int>(window.width * slider_right) - left;
+        // One pixel inside the stretch that means this second.
+        const int x = left + second * width / m_stream.seconds() + 1;
+        return click({.share = 0, .x = x, .from_bottom = slider_from_bottom});
+    }
+
+    Clock::time_point turn_round() override { return click(prevward_button); }
+
+    Clock::time_point race() override { return click(fast_button); }
+
 private:
+    Clock::time_point click(const Place& place) {
+        const Rectangle window = m_desktop.largest_window();
+        const auto moment = Clock::now();
+        m_desktop.click(window.x + static_cast<int>(window.width * place.share) + place.x,
+                        window.y + window.height - place.from_bottom);
+        return moment;
+    }
+
     /** Chooses a file in the dialog and presses Play; returns the moment of the press. */
     Clock::time_point order(const Stream& stream) {
         std::this_thread::sleep_for(reading);
@@ -59,13 +92,23 @@ private:
 
 } // namespace
 
-std::unique_ptr<Player> make_zandor(Desktop& desktop, const Stream& stream,
-                                    const std::filesystem::path& programs,
-                                    const std::filesystem::path& scratch) {
+std::unique_ptr<TrickPlayer> make_zandor(Desktop& desktop, const Stream& stream,
+                                         const std::filesystem::path& programs,
+                                         const std::filesystem::path& scratch, int racing_speed) {
     // The player looks for its engine in its working directory and leaves its configuration there.
     const auto directory = scratch / "zandor";
     std::filesystem::remove_all(directory);
     std::filesystem::create_directories(directory);
-    std::filesystem::create_symlink(programs / "libvelmora.so", directory / "libvelmora.so");
-    return std::make_unique<Zandor>(desktop, stream, programs, directory);
+    const auto engine = programs / "libvelmora.so";
+    Command command{.arguments = {programs / "zandor_player"},
+                    .environment = {"SDL_AUDIODRIVER=dummy"},
+                    .directory = directory};
+    if (racing_speed == usual_racing_speed) {
+        std::filesystem::create_symlink(engine, directory / "libvelmora.so");
+    } else {
+        std::filesystem::create_symlink(programs / "libspeed_engine.so", directory / "libvelmora.so");
+        command.environment.push_back("BENCH_ENGINE=" + engine.string());
+        command.environment.push_back("BENCH_SPEED=" + std::to_string(racing_speed));
+    }
+    return std::make_unique<Zandor>(desktop, stream, command);
 }
