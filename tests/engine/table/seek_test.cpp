@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <fstream>
 #include <random>
 
@@ -45,6 +46,8 @@ std::vector<SeekCase> cases() {
         {"H264AllIntra", twenty_seconds("h264", 1)},
         {"H264OneKeyPicture", twenty_seconds("h264", 100000)},
         {"H264DeepReordering", twenty_seconds("h264", 50, "-bf 8 -b_strategy 0")},
+        {"H264SixteenPicturesBetween",
+         twenty_seconds("h264", 51, "-bf 16 -b_strategy 0 -x264-params b-pyramid=none")},
         {"H264Interlaced", interlaced(twenty_seconds("h264", 50))},
         {"Hevc", twenty_seconds("hevc", 50)},
         {"HevcOpenGop", twenty_seconds("hevc", 50, "-x265-params keyint=50:open-gop=1:log-level=error")},
@@ -95,6 +98,25 @@ std::filesystem::path joined(const std::filesystem::path& first, const std::file
     return path;
 }
 
+TEST(SeekBetweenPictures, ShowsTheFirstOneBehindTheSecond) {
+    // 29.97 pictures per second: none stands at a whole second but the first.
+    StreamRecipe recipe = twenty_seconds("h264", 60,
+                                         "-vf setpts=PTS*1.001 -fps_mode passthrough "
+                                         "-enc_time_base 1:90000");
+    recipe.fps = 30;
+    EngineLibrary library;
+    EngineUnderTest engine{library};
+    ASSERT_EQ(engine.play(make_stream(recipe), PLAYER_SPD_PAUSE), 0);
+    ASSERT_TRUE(engine.wait_for_pictures(1));
+    for (const int second : {7, 1, 19, 12, 3, 16}) {
+        engine.forget_pictures();
+        engine.seek(second);
+        ASSERT_TRUE(engine.wait_for_pictures(1)) << "second " << second;
+        EXPECT_EQ(engine.pictures().front().number, static_cast<unsigned>(std::ceil(second * 30 / 1.001)))
+            << "second " << second;
+    }
+}
+
 TEST(SeekInJoinedRecordings, TheTimelineIsTheSumOfThePieces) {
     StreamRecipe first = twenty_seconds("h264", 50);
     StreamRecipe second = first;
@@ -124,9 +146,11 @@ TEST(SeekInJoinedRecordings, CodecAndPidsMayChange) {
     std::filesystem::remove(file);
 }
 
-TEST(SeekAcrossTheWrap, PositionsGoOnBehindIt) {
+class SeekAcrossTheWrap : public testing::TestWithParam<double> {};
+
+TEST_P(SeekAcrossTheWrap, PositionsGoOnBehindIt) {
     StreamRecipe recipe = twenty_seconds("h264", 50);
-    recipe.start = 95434; // the 33-bit counter wraps after 95443.7 s
+    recipe.start = GetParam();
     EngineLibrary library;
     EngineUnderTest engine{library};
     ASSERT_EQ(engine.play(make_stream(recipe), PLAYER_SPD_PAUSE), 0);
@@ -134,6 +158,10 @@ TEST(SeekAcrossTheWrap, PositionsGoOnBehindIt) {
         engine.wait_for_info([](const velmora_info_t& info) { return info.player_info.total_second == 20; }));
     expect_exact_seeks(engine, 20, 16);
 }
+
+// The 33-bit counter wraps after 95443.7 s: in the middle, within the first group, and between the decoding
+// time of the first picture and its presentation.
+INSTANTIATE_TEST_SUITE_P(Starts, SeekAcrossTheWrap, testing::Values(95434.0, 95442.0, 95442.3));
 
 TEST(SeekAtOnce, LandsExactlyInALargeFileWhoseScanHasJustBegun) {
     StreamRecipe recipe = twenty_seconds("h264", 50);
@@ -148,18 +176,27 @@ TEST(SeekAtOnce, LandsExactlyInALargeFileWhoseScanHasJustBegun) {
     EXPECT_EQ(engine.info().player_info.total_second, 20);
 }
 
-TEST(SeekRepeatedly, TheLastCommandWins) {
+TEST(SeekRepeatedly, TheLastCommandWinsAndTheOthersCostLittle) {
     EngineLibrary library;
     EngineUnderTest engine{library};
     ASSERT_EQ(engine.play(make_stream(twenty_seconds("h264", 250)), PLAYER_SPD_PAUSE), 0);
     ASSERT_TRUE(engine.wait_for_pictures(1));
+    const auto land_on = [&](unsigned second) {
+        engine.seek(static_cast<int>(second));
+        ASSERT_TRUE(
+            engine.wait_for_info([&](const velmora_info_t&) { return engine.last_number() == second * 25; }));
+        EXPECT_EQ(engine.info().player_info.second, static_cast<int>(second));
+    };
+    engine.info(true);
+    land_on(9);
+    const int of_one = engine.info().get_strm_info.inp_dec_frame;
+    ASSERT_GT(of_one, 50) << "it is far from its key picture";
+    engine.info(true);
     for (int i = 0; i < 20; ++i) {
         engine.seek((i * 7) % 20);
     }
-    engine.seek(13);
-    ASSERT_TRUE(
-        engine.wait_for_info([&](const velmora_info_t&) { return engine.last_number() == 13U * 25U; }));
-    EXPECT_EQ(engine.info().player_info.second, 13);
+    land_on(19);
+    EXPECT_LE(engine.info().get_strm_info.inp_dec_frame, of_one * 5 / 2);
 }
 
 } // namespace

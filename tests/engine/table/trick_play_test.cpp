@@ -1,4 +1,4 @@
-// Speeds, directions and turning round: told from the numbers of the pictures that are shown.
+// Directions, turning round and ends: told from the numbers of the pictures that are shown.
 #include "engine_under_test.h"
 #include "support/stream_maker.h"
 
@@ -81,64 +81,11 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(TrickCase{"H264", stream(50, 6)}, TrickCase{"H264LongGop", stream(250, 6)},
                     TrickCase{"H264OpenGop", stream(50, 6, "h264", 3, "-x264-params open-gop=1")},
                     TrickCase{"H264OneKeyPicture", stream(100000, 6)},
+                    TrickCase{"H264SixteenPicturesBetween",
+                              stream(51, 6, "h264", 16, "-b_strategy 0 -x264-params b-pyramid=none")},
                     TrickCase{"Hevc", stream(50, 6, "hevc")}, TrickCase{"Mpeg2", stream(12, 6, "mpeg2", 2)},
                     TrickCase{"H264WithoutReordering", stream(25, 6, "h264", 0)}),
     [](const auto& instance) { return instance.param.name; });
-
-struct Pace {
-    int direction;
-    int speed;
-    double rate;
-};
-
-void PrintTo(const Pace& pace, std::ostream* out) {
-    *out << pace.rate << "x";
-}
-
-class TrickPace : public testing::TestWithParam<Pace> {};
-
-TEST_P(TrickPace, AdvancesAtItsRateAndShowsWhatAScreenCanShow) {
-    const Pace& pace = GetParam();
-    EngineLibrary library;
-    EngineUnderTest engine{library};
-    ASSERT_EQ(engine.play(make_stream(stream(50, 60))), 0);
-    ASSERT_TRUE(
-        engine.wait_for_info([](const velmora_info_t& info) { return info.player_info.total_second == 60; }));
-    engine.seek(pace.direction == PLAYER_DIR_FORWARD ? 1 : 58);
-    ASSERT_TRUE(engine.wait_for_info([&](const velmora_info_t& info) {
-        return info.player_info.second == (pace.direction == PLAYER_DIR_FORWARD ? 1 : 58);
-    }));
-    engine.set_tempo(pace.direction, pace.speed);
-    engine.forget_pictures();
-    const std::size_t wanted = pace.speed == PLAYER_SPD_FAST ? 16 : 40;
-    ASSERT_TRUE(engine.wait_for_pictures(wanted));
-    auto pictures = engine.pictures();
-    // The first ones may be of the time before the command.
-    pictures.erase(pictures.begin(), pictures.begin() + 4);
-    const double seconds =
-        std::chrono::duration<double>(pictures.back().when - pictures.front().when).count();
-    const double moved =
-        (static_cast<double>(*pictures.back().number) - static_cast<double>(*pictures.front().number)) / fps;
-    EXPECT_NEAR(moved / seconds, pace.rate, std::abs(pace.rate) * 0.15);
-    if (pace.speed != PLAYER_SPD_FAST) {
-        const double shown = static_cast<double>(pictures.size() - 1) / seconds;
-        EXPECT_GE(shown, fps * 0.7);
-        EXPECT_LE(shown, 34.0);
-    }
-    const velmora_info_t info = engine.info();
-    EXPECT_EQ(info.player_info.speed, pace.speed);
-    EXPECT_EQ(info.player_info.direction, pace.direction);
-}
-
-INSTANTIATE_TEST_SUITE_P(Rates, TrickPace,
-                         testing::Values(Pace{PLAYER_DIR_FORWARD, PLAYER_SPD_X2, 2},
-                                         Pace{PLAYER_DIR_FORWARD, PLAYER_SPD_X3, 3},
-                                         Pace{PLAYER_DIR_FORWARD, PLAYER_SPD_X4, 4},
-                                         Pace{PLAYER_DIR_FORWARD, PLAYER_SPD_X5, 5},
-                                         Pace{PLAYER_DIR_FORWARD, PLAYER_SPD_FAST, 16},
-                                         Pace{PLAYER_DIR_PREVWARD, PLAYER_SPD_NORMAL, -1},
-                                         Pace{PLAYER_DIR_PREVWARD, PLAYER_SPD_X3, -3},
-                                         Pace{PLAYER_DIR_PREVWARD, PLAYER_SPD_FAST, -16}));
 
 class TrickPlay : public testing::Test {
 protected:

@@ -1,0 +1,151 @@
+#include "stream_surgery.h"
+
+#include "mpeg_crc.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <span>
+#include <stdexcept>
+
+namespace {
+
+constexpr std::size_t packet_size = 188;
+constexpr std::size_t header_size = 4;
+constexpr std::uint8_t stuffing = 0xFF;
+constexpr unsigned clock_pid = 0x1F0;
+
+using Packet = std::span<std::uint8_t, packet_size>;
+
+bool begins_unit(Packet packet) {
+    return (packet[1] & 0x40U) != 0;
+}
+
+bool has_adaptation(Packet packet) {
+    return (packet[3] & 0x20U) != 0;
+}
+
+std::size_t payload_start(Packet packet) {
+    return has_adaptation(packet) ? header_size + 1U + packet[4] : header_size;
+}
+
+bool has_clock(Packet packet) {
+    return has_adaptation(packet) && packet[4] > 0 && (packet[5] & 0x10U) != 0;
+}
+
+constexpr std::size_t clock_at = 6;
+constexpr std::size_t clock_size = 6;
+
+/// In units of 1/90000 s.
+std::uint64_t clock_of(Packet packet) {
+    std::uint64_t base = 0;
+    for (std::size_t i = 0; i < 5; ++i) {
+        base = base << 8U | packet[clock_at + i];
+    }
+    return base >> 7U;
+}
+
+void remove_clock(Packet packet) {
+    packet[5] &= 0xEFU;
+    std::ranges::fill(packet.subspan(clock_at, clock_size), stuffing);
+}
+
+/// Calls `edit` with a copy of each packet, which it may change; what it returns goes in front.
+template <class Edit>
+Bytes edited(const Bytes& stream, const Edit& edit) {
+    Bytes result;
+    for (std::size_t at = 0; at + packet_size <= stream.size(); at += packet_size) {
+        std::array<std::uint8_t, packet_size> packet{};
+        std::copy_n(stream.begin() + static_cast<std::ptrdiff_t>(at), packet_size, packet.begin());
+        const Bytes in_front = edit(Packet{packet});
+        result.insert(result.end(), in_front.begin(), in_front.end());
+        result.insert(result.end(), packet.begin(), packet.end());
+    }
+    if (result == stream) {
+        throw std::logic_error{"nothing to change in the stream"};
+    }
+    return result;
+}
+
+/// Takes `count` bytes out of the payload and makes up for them with stuffing in front of it.
+void shorten_payload(Packet packet, std::size_t from, std::size_t count) {
+    const std::size_t payload = payload_start(packet);
+    std::copy_backward(packet.begin() + static_cast<std::ptrdiff_t>(payload),
+                       packet.begin() + static_cast<std::ptrdiff_t>(from),
+                       packet.begin() + static_cast<std::ptrdiff_t>(from + count));
+    const auto room = packet.subspan(payload, count);
+    std::ranges::fill(room, stuffing);
+    if (has_adaptation(packet)) {
+        if (packet[4] == 0) {
+            room[0] = 0; // its flags
+        }
+        packet[4] = static_cast<std::uint8_t>(packet[4] + count);
+    } else {
+        packet[3] |= 0x20U;
+        room[0] = static_cast<std::uint8_t>(count - 1);
+        room[1] = 0;
+    }
+}
+
+/// Tells the clock's new place where the packet carries the programme map.
+void move_clock_in_map(Packet packet) {
+    const std::size_t section_at = payload_start(packet) + 1;
+    if (!begins_unit(packet) || section_at + 12 > packet_size || packet[section_at - 1] != 0 ||
+        packet[section_at] != 0x02 || (packet[section_at + 1] & 0xF0U) != 0xB0U) {
+        return;
+    }
+    const std::size_t size = 3U + ((packet[section_at + 1] & 0x0FU) << 8U | packet[section_at + 2]);
+    packet[section_at + 8] = 0xE0U | clock_pid >> 8U;
+    packet[section_at + 9] = clock_pid & 0xFFU;
+    put_mpeg_crc(packet.subspan(section_at, size));
+}
+
+} // namespace
+
+Bytes without_delimiters(const Bytes& stream) {
+    constexpr std::array<std::uint8_t, 5> delimiter{0, 0, 0, 1, 9};
+    constexpr std::size_t delimiter_size = delimiter.size() + 1;
+    return edited(stream, [&](Packet packet) {
+        const std::size_t unit = payload_start(packet);
+        if (begins_unit(packet) && unit + 9 < packet_size && packet[unit + 2] == 1 &&
+            packet[unit + 3] == 0xE0) {
+            const std::size_t pictures = unit + 9U + packet[unit + 8];
+            if (pictures + delimiter_size <= packet_size &&
+                std::ranges::equal(packet.subspan(pictures, delimiter.size()), delimiter)) {
+                shorten_payload(packet, pictures, delimiter_size);
+            }
+        }
+        return Bytes{};
+    });
+}
+
+Bytes with_clock_apart(const Bytes& stream) {
+    return edited(stream, [](Packet packet) {
+        move_clock_in_map(packet);
+        if (!has_clock(packet)) {
+            return Bytes{};
+        }
+        Bytes apart(packet_size, stuffing);
+        const std::array<std::uint8_t, 6> header{
+            0x47, clock_pid >> 8U, clock_pid & 0xFFU, 0x20, packet_size - header_size - 1, 0x10};
+        std::ranges::copy(header, apart.begin());
+        std::ranges::copy(packet.subspan(clock_at, clock_size), apart.begin() + clock_at);
+        remove_clock(packet);
+        return apart;
+    });
+}
+
+Bytes with_rare_clock(const Bytes& stream, std::chrono::seconds apart) {
+    const auto ticks_apart = static_cast<std::uint64_t>(apart.count()) * 90000;
+    std::optional<std::uint64_t> last;
+    return edited(stream, [&](Packet packet) {
+        if (has_clock(packet)) {
+            if (last && clock_of(packet) - *last < ticks_apart) {
+                remove_clock(packet);
+            } else {
+                last = clock_of(packet);
+            }
+        }
+        return Bytes{};
+    });
+}
