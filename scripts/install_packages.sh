@@ -13,6 +13,7 @@ run_packages=(
 )
 test_packages=(
     clang-format clang-tidy iproute2 libgmock-dev libgtest-dev libxml2-utils procps util-linux xauth
+    gstreamer1.0-plugins-bad gstreamer1.0-plugins-base gstreamer1.0-plugins-good libgstrtspserver-1.0-dev
 )
 
 packages=("${run_packages[@]}")

@@ -1,5 +1,6 @@
 #include "receive/receiver.h"
 
+#include "receive/rtsp_receiver.h"
 #include "receive/udp_receiver.h"
 
 namespace velmora {
@@ -11,6 +12,9 @@ std::unique_ptr<Receiver> receive(const ReceiverSetup& setup, BlockSink sink) {
     case Protocol_RTPUDP:
     case Protocol_Split:
         return std::make_unique<UdpReceiver>(setup, std::move(sink));
+    case Protocol_RTSPUDP:
+    case Protocol_RTSPTCP:
+        return std::make_unique<RtspReceiver>(setup, std::move(sink));
     default:
         throw ReceptionError("protocol " + std::to_string(setup.protocol) + " is none that can be received");
     }

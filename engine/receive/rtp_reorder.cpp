@@ -27,12 +27,11 @@ void RtpReorder::feed(const RtpPacket& packet, SteadyTime now) {
     }
     const int distance = distance_of(expected_, packet.sequence);
     const bool is_far = distance >= max_dropout || distance < -max_misorder;
+    const bool is_late = distance < 0 && !is_far; // or comes for the second time
     if (distance < 0 && was_silent) {
         begin(packet.sequence, packet.ssrc);
-    } else if (is_far && !follows_suspect(packet)) {
+    } else if (is_late || (is_far && !follows_suspect(packet))) {
         return;
-    } else if (distance < 0 && !is_far) {
-        return; // too late, or for the second time
     }
     suspect_.reset();
     take(packet, now);

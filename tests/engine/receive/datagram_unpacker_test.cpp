@@ -4,12 +4,9 @@
 
 #include <gtest/gtest.h>
 
-namespace velmora {
+namespace velmora::test {
 namespace {
 
-using test::Bytes;
-using test::numbered_packets;
-using test::operator+;
 using Framing = DatagramUnpacker::Framing;
 
 Bytes rtp_header(std::uint16_t sequence) {
@@ -98,7 +95,7 @@ TEST(DatagramUnpacker, KeepsRepeatedStuffingAndSinglePackets) {
     DatagramUnpacker unpacker{Framing::transport_packets};
     Bytes stuffing;
     for (int i = 0; i < 7; ++i) {
-        stuffing = stuffing + test::packet(null_packet_pid, 0, false, Bytes(184, 0xFF));
+        stuffing = stuffing + packet(null_packet_pid, 0, false, Bytes(184, 0xFF));
     }
     const Bytes single = numbered_packets(1);
     for (const Bytes& packets : {stuffing, single}) {
@@ -127,4 +124,4 @@ TEST(DatagramUnpacker, LetsTheFirstDatagramsDecide) {
 }
 
 } // namespace
-} // namespace velmora
+} // namespace velmora::test

@@ -22,7 +22,6 @@ using test::Bytes;
 using test::Collector;
 using test::eventually;
 using test::numbered_packets;
-using test::operator+;
 
 constexpr std::uint32_t group = 0xEF010203;
 constexpr double brisk = 5e6; ///< bytes per second: 40 Mbit/s

@@ -1,0 +1,121 @@
+#include "receive/rtsp_receiver.h"
+
+#include "diagnostics/log.h"
+#include "receive/host_lookup.h"
+#include "receive/transport_muxer.h"
+
+#include <algorithm>
+#include <exception>
+#include <optional>
+#include <utility>
+
+namespace velmora {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::chrono::milliseconds first_pause = 500ms;
+constexpr std::chrono::milliseconds longest_pause = 5s;
+/// So long a server may send nothing.
+constexpr std::chrono::milliseconds patience = 3s;
+
+RtspTransport other(RtspTransport transport) {
+    return transport == RtspTransport::udp ? RtspTransport::tcp : RtspTransport::udp;
+}
+
+} // namespace
+
+RtspReceiver::RtspReceiver(const ReceiverSetup& setup, BlockSink sink)
+    : address_{rtsp_address(setup)}, chosen_{setup.protocol == Protocol_RTSPTCP ? RtspTransport::tcp
+                                                                                : RtspTransport::udp},
+      sink_{std::move(sink)}, thread_{[this](const std::stop_token& stop) { run(stop); }} {}
+
+ReceptionFacts RtspReceiver::facts() const {
+    return {.sender = sender_, .bytes = bytes_};
+}
+
+void RtspReceiver::run(const std::stop_token& stop) {
+    RtspTransport transport = chosen_;
+    bool is_second_try = false;
+    auto next_pause = first_pause;
+    while (!stop.stop_requested()) {
+        const Outcome outcome = connect(transport, stop);
+        if (outcome == Outcome::streamed) {
+            is_second_try = false;
+            next_pause = first_pause;
+        } else if (outcome == Outcome::transport_failed && !is_second_try) {
+            is_second_try = true;
+            transport = other(transport);
+            continue;
+        } else {
+            is_second_try = false;
+            transport = chosen_;
+        }
+        pause(next_pause, stop);
+        next_pause = std::min(next_pause * 2, longest_pause);
+    }
+}
+
+RtspReceiver::Outcome RtspReceiver::connect(RtspTransport transport, const std::stop_token& stop) {
+    try {
+        const auto server = look_up_host(address_.host, [&stop] { return stop.stop_requested(); });
+        if (!server) {
+            tell("rtsp host", "the host is not known");
+            return Outcome::failed;
+        }
+        RtspConnection connection{address_.url, transport, stop};
+        sender_ = *server;
+        return stream(connection, stop);
+    } catch (const RtspError& error) {
+        if (!stop.stop_requested()) {
+            tell("rtsp connection", std::string{"cannot be received: "} + error.what());
+        }
+        return error.refuses_transport() ? Outcome::transport_failed : Outcome::failed;
+    } catch (const std::exception& error) {
+        tell("rtsp", error.what());
+        return Outcome::failed;
+    }
+}
+
+RtspReceiver::Outcome RtspReceiver::stream(RtspConnection& connection, const std::stop_token& stop) {
+    RemuxClock clock{begin_};
+    std::optional<TransportMuxer> muxer;
+    const AvPacket packet = make_packet();
+    while (true) {
+        const RtspConnection::Reading reading = connection.read(*packet, patience);
+        if (stop.stop_requested()) {
+            return Outcome::streamed;
+        }
+        if (reading != RtspConnection::Reading::packet) {
+            const bool is_silent = reading == RtspConnection::Reading::silence;
+            tell("rtsp end", is_silent ? "the server sends nothing" : "the server ended the connection");
+            return muxer ? Outcome::streamed : (is_silent ? Outcome::transport_failed : Outcome::failed);
+        }
+        if (!muxer || !muxer->knows(*packet)) {
+            muxer.emplace(connection.format(), runs_++);
+        }
+        const SteadyTime now = SteadyClock::now();
+        muxer->write(*packet, clock, now);
+        av_packet_unref(packet.get());
+        hand_on(muxer->take_packets(), now);
+    }
+}
+
+void RtspReceiver::hand_on(std::vector<std::uint8_t> packets, SteadyTime now) {
+    if (!packets.empty()) {
+        bytes_ += packets.size();
+        sink_(std::make_shared<const PacketBlock>(PacketBlock{.bytes = std::move(packets), .arrived = now}));
+    }
+}
+
+void RtspReceiver::pause(std::chrono::milliseconds time, const std::stop_token& stop) {
+    std::unique_lock lock{pause_mutex_};
+    pause_.wait_for(lock, stop, time, [] { return false; });
+}
+
+void RtspReceiver::tell(std::string_view kind, std::string_view what) const {
+    log_incident("live", kind, address_.shown_url + ": " + std::string{what});
+}
+
+} // namespace velmora

@@ -1,0 +1,51 @@
+// Receives from an RTSP server and makes a transport stream of it.
+#pragma once
+
+#include "receive/receiver.h"
+#include "receive/remux_clock.h"
+#include "receive/rtsp_address.h"
+#include "receive/rtsp_connection.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+namespace velmora {
+
+/// Connects again and again, less and less often while it is in vain. Where the chosen transport brings
+/// nothing the other one is tried.
+class RtspReceiver final : public Receiver {
+public:
+    RtspReceiver(const ReceiverSetup& setup, BlockSink sink);
+
+    ReceptionFacts facts() const override;
+
+private:
+    /// How a connection went.
+    enum class Outcome {
+        streamed,         ///< it brought packets, and ended
+        transport_failed, ///< the other transport may bring some
+        failed,
+    };
+
+    void run(const std::stop_token& stop);
+    Outcome connect(RtspTransport transport, const std::stop_token& stop);
+    Outcome stream(RtspConnection& connection, const std::stop_token& stop);
+    void hand_on(std::vector<std::uint8_t> packets, SteadyTime now);
+    void pause(std::chrono::milliseconds time, const std::stop_token& stop);
+    void tell(std::string_view kind, std::string_view what) const;
+
+    const RtspAddress address_;
+    const RtspTransport chosen_;
+    BlockSink sink_;
+    const SteadyTime begin_{SteadyClock::now()};
+    unsigned runs_{0}; ///< of the transport stream
+    std::atomic<std::uint32_t> sender_{0};
+    std::atomic<std::uint64_t> bytes_{0};
+    std::mutex pause_mutex_;
+    std::condition_variable_any pause_;
+    std::jthread thread_;
+};
+
+} // namespace velmora
