@@ -102,11 +102,3 @@ void RtspServerProcess::kill() {
         pid_ = 0;
     }
 }
-
-void RtspServerProcess::freeze() const {
-    ::kill(pid_, SIGSTOP);
-}
-
-void RtspServerProcess::thaw() const {
-    ::kill(pid_, SIGCONT);
-}

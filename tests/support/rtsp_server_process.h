@@ -38,9 +38,6 @@ public:
     std::uint16_t port() const { return port_; }
     /** Ends it as a crash would. */
     void kill();
-    /** Holds it, with its connections open; nothing is answered or sent. */
-    void freeze() const;
-    void thaw() const;
 
 private:
     std::uint16_t port_{0};

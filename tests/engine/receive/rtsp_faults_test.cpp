@@ -1,0 +1,263 @@
+#include "receive/receiver.h"
+
+#include "receive/collector.h"
+#include "receive/fake_rtsp_server.h"
+#include "support/rtsp_server_process.h"
+#include "support/stream_maker.h"
+#include "ts/ts_packet.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <mutex>
+#include <netinet/in.h>
+
+namespace velmora {
+namespace {
+
+using namespace std::chrono_literals;
+using test::Collector;
+using test::eventually;
+using test::FakeRtspServer;
+using test::rtsp_answer;
+using Clock = std::chrono::steady_clock;
+
+constexpr auto video_only = "v=0\r\no=- 1 1 IN IP4 127.0.0.1\r\ns=test\r\nc=IN IP4 0.0.0.0\r\nt=0 0\r\n"
+                            "m=video 0 RTP/AVP 96\r\na=rtpmap:96 H264/90000\r\na=control:track1\r\n";
+
+bool asks(const std::string& request, const std::string& method) {
+    return request.starts_with(method + ' ');
+}
+
+/// Plays along up to PLAY, and never sends anything.
+std::optional<std::string> play_silently(const std::string& request) {
+    if (asks(request, "DESCRIBE")) {
+        return rtsp_answer(request, "200 OK", "Content-Type: application/sdp\r\n", video_only);
+    }
+    if (asks(request, "SETUP")) {
+        const bool is_tcp = request.find("RTP/AVP/TCP") != std::string::npos;
+        return rtsp_answer(request, "200 OK",
+                           is_tcp ? "Session: 1\r\nTransport: RTP/AVP/TCP;unicast;interleaved=0-1\r\n"
+                                  : "Session: 1\r\nTransport: RTP/AVP;unicast;client_port=5000-5001;"
+                                    "server_port=5002-5003\r\n");
+    }
+    return rtsp_answer(request, "200 OK", "Session: 1\r\n");
+}
+
+std::unique_ptr<Receiver> receive_from(const std::string& url, Collector& collector,
+                                       std::int32_t protocol = Protocol_RTSPTCP) {
+    return receive({.protocol = protocol, .rtsp_url = url}, collector.sink());
+}
+
+/// Median time that a receiver takes to end; `is_in_state` is waited for before.
+Clock::duration stop_time(const std::string& url, const std::function<bool()>& is_in_state) {
+    std::vector<Clock::duration> times;
+    for (int i = 0; i < 5; ++i) {
+        Collector collector;
+        auto receiver = receive_from(url, collector);
+        EXPECT_TRUE(eventually(is_in_state));
+        const auto start = Clock::now();
+        receiver.reset();
+        times.push_back(Clock::now() - start);
+    }
+    std::ranges::nth_element(times, times.begin() + 2);
+    return times[2];
+}
+
+/// Counts what a script is asked.
+class CountingScript {
+public:
+    explicit CountingScript(FakeRtspServer::Script script) : script_{std::move(script)} {}
+
+    FakeRtspServer::Script script() {
+        return [this](const std::string& request) {
+            ++count_;
+            return script_(request);
+        };
+    }
+    /// As many more requests have come as a state takes.
+    std::function<bool()> reached(int requests) {
+        return [this, requests] {
+            if (count_ < requests) {
+                return false;
+            }
+            count_ = 0;
+            return true;
+        };
+    }
+
+private:
+    FakeRtspServer::Script script_;
+    std::atomic<int> count_{0};
+};
+
+struct Fault {
+    std::string name;
+    FakeRtspServer::Script script;
+};
+
+FakeRtspServer::Script always(const std::string& status, const std::string& headers = {}) {
+    return [=](const std::string& request) { return rtsp_answer(request, status, headers); };
+}
+
+FakeRtspServer::Script describing(const std::string& description) {
+    return [=](const std::string& request) -> std::optional<std::string> {
+        return asks(request, "DESCRIBE")
+                   ? rtsp_answer(request, "200 OK", "Content-Type: application/sdp\r\n", description)
+                   : play_silently(request);
+    };
+}
+
+FakeRtspServer::Script refusing(const std::string& method, const std::string& status) {
+    return [=](const std::string& request) -> std::optional<std::string> {
+        return asks(request, method) ? rtsp_answer(request, status) : play_silently(request);
+    };
+}
+
+class RtspFaults : public testing::TestWithParam<Fault> {};
+
+TEST_P(RtspFaults, IsTriedAgainAndLeftAtOnce) {
+    const FakeRtspServer server{GetParam().script};
+    Collector collector;
+    auto receiver = receive_from(server.url(), collector);
+    EXPECT_TRUE(eventually([&] { return server.connections() >= 2; }));
+    const auto start = Clock::now();
+    receiver.reset();
+    EXPECT_LT(Clock::now() - start, 1s);
+    EXPECT_TRUE(collector.bytes().empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, RtspFaults,
+    testing::Values(
+        Fault{"NotFound", always("404 Not Found")},
+        Fault{"Unauthorized", always("401 Unauthorized", "WWW-Authenticate: Basic realm=\"x\"\r\n")},
+        Fault{"SessionNotFound", refusing("PLAY", "454 Session Not Found")},
+        Fault{"TransportRefused", refusing("SETUP", "461 Unsupported Transport")},
+        Fault{"NoMedia", describing("v=0\r\no=- 1 1 IN IP4 127.0.0.1\r\ns=x\r\nt=0 0\r\n")},
+        Fault{"EmptyDescription", describing("")},
+        Fault{"LongHeader", always("200 OK", "X-Long: " + std::string(10000, 'x') + "\r\n")},
+        Fault{"Garbage", [](const std::string&) { return std::string(2000, '\x81') + "\r\n\r\n"; }},
+        Fault{"SilentBehindAPicture",
+              [](const std::string& request) -> std::optional<std::string> {
+                  if (!asks(request, "PLAY")) {
+                      return play_silently(request);
+                  }
+                  // 14 bytes of RTP on channel 0: one part of a picture.
+                  constexpr std::string_view packet{"$\0\0\x0E\x80\x60\0\x01\0\0\0\0\0\0\0\x01\x41\x9A", 18};
+                  return rtsp_answer(request, "200 OK", "Session: 1\r\n") + std::string{packet};
+              }},
+        Fault{"InterleavedGarbage",
+              [](const std::string& request) -> std::optional<std::string> {
+                  if (!asks(request, "PLAY")) {
+                      return play_silently(request);
+                  }
+                  // Channels nobody asked for, lengths beyond what follows.
+                  return rtsp_answer(request, "200 OK", "Session: 1\r\n") +
+                         std::string("$\x09\x00\x02xy$\x00\xFF\xFFz", 14);
+              }}),
+    [](const auto& all) { return all.param.name; });
+
+TEST(RtspConnecting, TheOtherTransportIsTriedWhenTheChosenOneBringsNothing) {
+    std::mutex mutex;
+    std::vector<std::string> setups;
+    const FakeRtspServer server{[&](const std::string& request) {
+        if (asks(request, "SETUP")) {
+            const std::lock_guard lock{mutex};
+            setups.push_back(request.find("RTP/AVP/TCP") != std::string::npos ? "tcp" : "udp");
+        }
+        return play_silently(request);
+    }};
+    Collector collector;
+    const auto start = Clock::now();
+    const auto receiver = receive_from(server.url(), collector, Protocol_RTSPUDP);
+    EXPECT_TRUE(eventually([&] {
+        const std::lock_guard lock{mutex};
+        return setups.size() >= 2;
+    }));
+    EXPECT_GT(Clock::now() - start, 2900ms);
+    const std::lock_guard lock{mutex};
+    EXPECT_EQ(setups, (std::vector<std::string>{"udp", "tcp"}));
+}
+
+TEST(RtspConnecting, AServerThatSendsByOneTransportOnlyIsReceivedByIt) {
+    const auto file = make_stream({.width = 320, .height = 180, .bitrate = "300k"});
+    const RtspServerProcess server{rtsp_pipeline(file, RtspPayload::elementary, "h264", "none"), "tcp"};
+    Collector collector;
+    const auto receiver = receive_from(server.url(), collector, Protocol_RTSPUDP);
+    EXPECT_TRUE(collector.wait_for(1));
+}
+
+TEST(RtspConnecting, AnAddressIsMadeOfServerPortAndSession) {
+    std::mutex mutex;
+    std::string first;
+    const FakeRtspServer server{[&](const std::string& request) {
+        const std::lock_guard lock{mutex};
+        first = first.empty() ? request : first;
+        return rtsp_answer(request, "404 Not Found");
+    }};
+    Collector collector;
+    const auto receiver = receive({.protocol = Protocol_RTSPTCP,
+                                   .rtsp_url = "127.0.0.1",
+                                   .rtsp_session = "front/door.sdp",
+                                   .rtsp_port = server.port()},
+                                  collector.sink());
+    EXPECT_TRUE(eventually([&] {
+        const std::lock_guard lock{mutex};
+        return first.find(" rtsp://127.0.0.1:" + std::to_string(server.port()) +
+                          "/front/door.sdp RTSP/1.0") != std::string::npos;
+    })) << first;
+    EXPECT_THROW(receive({.protocol = Protocol_RTSPTCP}, collector.sink()), ReceptionError);
+}
+
+TEST(RtspConnecting, ReceptionComesBackWithTheServer) {
+    const auto file = make_stream({.width = 320, .height = 180, .bitrate = "300k"});
+    const std::string pipeline = rtsp_pipeline(file, RtspPayload::elementary, "h264", "none");
+    auto server = std::make_unique<RtspServerProcess>(pipeline);
+    const std::uint16_t port = server->port();
+    Collector collector;
+    const auto receiver = receive_from(server->url(), collector);
+    ASSERT_TRUE(collector.wait_for(1));
+    server->kill();
+    server = std::make_unique<RtspServerProcess>(pipeline, "", port);
+    collector.clear();
+    EXPECT_TRUE(collector.wait_for(100 * ts_packet_size)) << "after a crash";
+}
+
+TEST(RtspStopping, TakesAMomentInEveryState) {
+    constexpr auto limit = 110ms;
+    EXPECT_LT(stop_time("rtsp://127.0.0.1:1/refused", [] { return true; }), limit) << "refused";
+    {
+        CountingScript mute{[](const std::string&) { return std::nullopt; }};
+        const FakeRtspServer server{mute.script()};
+        EXPECT_LT(stop_time(server.url(), mute.reached(1)), limit) << "no answer";
+    }
+    {
+        CountingScript silent{play_silently};
+        const FakeRtspServer server{silent.script()};
+        // OPTIONS, DESCRIBE, SETUP, PLAY
+        EXPECT_LT(stop_time(server.url(), silent.reached(4)), limit) << "no data";
+    }
+}
+
+TEST(RtspStopping, TakesAMomentWhileReceiving) {
+    const auto file = make_stream({.width = 320, .height = 180, .bitrate = "300k"});
+    const RtspServerProcess server{rtsp_pipeline(file, RtspPayload::elementary, "h264", "none")};
+    for (const auto protocol : {Protocol_RTSPTCP, Protocol_RTSPUDP}) {
+        std::vector<Clock::duration> times;
+        for (int i = 0; i < 3; ++i) {
+            Collector collector;
+            auto receiver = receive_from(server.url(), collector, protocol);
+            ASSERT_TRUE(collector.wait_for(1));
+            const auto start = Clock::now();
+            receiver.reset();
+            times.push_back(Clock::now() - start);
+        }
+        std::ranges::nth_element(times, times.begin() + 1);
+        EXPECT_LT(times[1], 110ms) << protocol;
+    }
+}
+
+} // namespace
+} // namespace velmora
