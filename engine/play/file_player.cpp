@@ -33,6 +33,7 @@ FilePlayer::FilePlayer(Setup setup, Hooks hooks)
     : setup_{std::move(setup)}, hooks_{std::move(hooks)}, board_{setup_.latin1_path},
       pictures_{std::make_shared<PictureSource>()}, sounds_{std::make_shared<SoundQueue>(sound_queue_depth)},
       index_{std::make_shared<AccessPointIndex>()}, tempo_{setup_.tempo} {
+    pictures_->recent = std::make_unique<RecentPictures>();
     pictures_->on_shown = [this](const Picture& picture) { picture_shown(picture); };
     pictures_->pictures.set_on_room([this] { wake(); });
     sounds_->set_on_room([this] { wake(); });
@@ -175,11 +176,11 @@ void FilePlayer::picture_shown(const Picture& picture) {
             run_begun_ = true;
         }
         last_shown_ = picture.position;
-        shown_bytes_ = bytes_of(*picture.frame);
+        shown_bytes_ = picture.whole_size ? shown_bytes_ : bytes_of(*picture.frame);
         woken_ = true;
     }
     board_.update([&](PlaybackFacts& facts, StreamCounters& counters) {
-        facts.stream.picture = square_pixel_size(*picture.frame);
+        facts.stream.picture = picture.whole_size.value_or(square_pixel_size(*picture.frame));
         counters.shown_pictures += picture.is_preview ? 0 : 1;
     });
     changed_.notify_all();
@@ -410,8 +411,12 @@ void FilePlayer::begin_other(Position from, const Tempo& tempo) {
     } else {
         const ReverseRun::Stream stream{forward_->feed().units().unit_duration(), picture_bytes,
                                         forward_->video().shares()};
-        other_ =
+        auto reverse =
             std::make_unique<ReverseRun>(source_, *points_, make_outlet(), stream, from, [this] { wake(); });
+        if (tempo.speed == PLAYER_SPD_NORMAL) {
+            reverse->begin_with(pictures_->recent->take());
+        }
+        other_ = std::move(reverse);
     }
     other_->set_magnitude(std::abs(tempo.rate()));
 }

@@ -50,6 +50,23 @@ void ReverseRun::set_magnitude(double magnitude) {
     spacing_.set(magnitude, stream_.unit);
 }
 
+void ReverseRun::begin_with(std::deque<Picture> shown) {
+    while (!shown.empty() && shown.back().position > next_end_) {
+        shown.pop_back();
+    }
+    if (shown.size() < 2 || shown.back().position != next_end_) {
+        return;
+    }
+    shown.pop_back();
+    auto window = std::make_shared<DecodedWindow>();
+    window->to = next_end_;
+    window->from = shown.front().position;
+    window->pictures = std::move(shown);
+    window->done = true;
+    next_end_ = window->from;
+    windows_.push_back(std::move(window));
+}
+
 bool ReverseRun::work() {
     const bool offered = offer();
     return schedule() || offered;

@@ -34,6 +34,10 @@ public:
     ReverseRun(const ReverseRun&) = delete;
     ReverseRun& operator=(const ReverseRun&) = delete;
 
+    /// Begins with pictures that are there already.
+    /// @param shown successive pictures, the last one being that on the screen; what is anything else is left
+    void begin_with(std::deque<Picture> shown);
+
     bool work() override;
     std::optional<Position> limit() const override;
     std::optional<Position> last_offered() const override { return last_offered_; }
