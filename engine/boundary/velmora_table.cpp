@@ -90,12 +90,18 @@ int set_playback_param(velmora_handle_t handle, playback_setup_t setup) noexcept
     });
 }
 
-int set_streaming_param(velmora_handle_t /*handle*/, streaming_setup_t /*setup*/) noexcept {
-    return not_available("Velmora_set_streaming_param");
+int set_streaming_param(velmora_handle_t handle, streaming_setup_t setup) noexcept {
+    return with_session(handle, failure, [&](Session& session) {
+        session.set_streaming(setup);
+        return 0;
+    });
 }
 
-int set_record_param(velmora_handle_t /*handle*/, record_setup_t /*setup*/) noexcept {
-    return not_available("Velmora_set_record_param");
+int set_record_param(velmora_handle_t handle, record_setup_t setup) noexcept {
+    return with_session(handle, failure, [&](Session& session) {
+        session.set_recording(setup);
+        return 0;
+    });
 }
 
 int switch_dispatch(velmora_handle_t handle, int on) noexcept {

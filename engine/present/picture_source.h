@@ -5,11 +5,14 @@
 #include "media/media_queue.h"
 #include "media/picture.h"
 #include "present/play_clock.h"
+#include "present/recent_pictures.h"
 
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <functional>
+#include <memory>
 
 namespace velmora {
 
@@ -24,6 +27,16 @@ struct PictureSource {
     /// Called on the presenter's thread for each picture that came too late to be shown. Set before
     /// attaching.
     std::function<void(const Picture&)> on_dropped;
+
+    /// Filled while pictures are shown one after the other at rate 1, where it is there. Set before
+    /// attaching.
+    std::unique_ptr<RecentPictures> recent;
+    /// The picture shown last is shown again when the display comes back. Set before attaching.
+    bool picture_lasts{true};
+
+    // The presenter's, under its lock; kept here so that they are there when the display comes back:
+    std::deque<Picture> ahead; ///< taken from the queue, not due yet
+    Picture shown;             ///< last
 };
 
 } // namespace velmora

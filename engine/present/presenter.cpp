@@ -41,8 +41,11 @@ void Presenter::set_display_size(PictureSize size) {
 
 void Presenter::attach(std::shared_ptr<PictureSource> source) {
     const std::lock_guard lock{mutex_};
+    if (source_ == source) {
+        return;
+    }
     source_ = std::move(source);
-    ahead_.clear();
+    redraw_ = source_->picture_lasts && source_->shown.frame != nullptr;
     woken_ = true;
     changed_.notify_one();
 }
@@ -53,9 +56,7 @@ void Presenter::detach(const PictureSource& source) {
         return;
     }
     source_.reset();
-    ahead_.clear();
     delivered_.wait(lock, [&] { return !delivering_; });
-    shown_ = {};
     redraw_ = false;
 }
 
@@ -90,8 +91,8 @@ bool Presenter::step(Lock& lock, SteadyTime& next_due) {
     if (redraw_) {
         redraw_ = false;
         Picture again;
-        if (shown_.frame) {
-            again.frame.reset(av_frame_clone(shown_.frame.get()));
+        if (source_ && source_->shown.frame) {
+            again.frame.reset(av_frame_clone(source_->shown.frame.get()));
         }
         if (again.frame) {
             deliver(lock, std::move(again), false);
@@ -102,7 +103,8 @@ bool Presenter::step(Lock& lock, SteadyTime& next_due) {
         return false;
     }
     look_ahead();
-    if (ahead_.empty()) {
+    auto& ahead = source_->ahead;
+    if (ahead.empty()) {
         return false;
     }
     const PlayClock clock = source_->clock.snapshot();
@@ -110,19 +112,23 @@ bool Presenter::step(Lock& lock, SteadyTime& next_due) {
     const auto is_due = [&](const Picture& picture) {
         return picture.is_preview || picture.begins_run || clock.due(picture.position) <= now;
     };
-    if (!is_due(ahead_.front())) {
-        next_due = clock.due(ahead_.front().position);
+    if (!is_due(ahead.front())) {
+        next_due = clock.due(ahead.front().position);
         return false;
     }
-    Picture picture = std::move(ahead_.front());
-    ahead_.pop_front();
-    if (picture.begins_run && shown_.frame && shown_.is_preview && shown_.generation == picture.generation) {
+    Picture picture = std::move(ahead.front());
+    ahead.pop_front();
+    const Picture& shown = source_->shown;
+    if (picture.begins_run && shown.frame && shown.is_preview && shown.generation == picture.generation) {
         // The preview of this picture is on the screen.
         begin_run(lock, std::move(picture));
         return true;
     }
-    if (!picture.begins_run && !ahead_.empty() && is_due(ahead_.front())) {
+    if (!picture.begins_run && !ahead.empty() && is_due(ahead.front())) {
         // Late: nothing is converted that would be replaced at once.
+        if (source_->recent) {
+            source_->recent->forget();
+        }
         if (source_->on_dropped) {
             source_->on_dropped(picture);
         }
@@ -137,14 +143,14 @@ void Presenter::look_ahead() {
     const auto is_stale = [&](const Picture& picture) {
         return picture.generation != source_->generation.load();
     };
-    std::erase_if(ahead_, is_stale);
-    while (ahead_.size() < lookahead) {
+    std::erase_if(source_->ahead, is_stale);
+    while (source_->ahead.size() < lookahead) {
         auto picture = source_->pictures.try_pop();
         if (!picture) {
             return;
         }
         if (!is_stale(*picture)) {
-            ahead_.push_back(std::move(*picture));
+            source_->ahead.push_back(std::move(*picture));
         }
     }
 }
@@ -153,15 +159,27 @@ void Presenter::begin_run(Lock& lock, Picture picture) {
     const auto source = source_;
     delivering_ = true;
     lock.unlock();
+    if (source->recent) {
+        source->recent->forget();
+    }
     if (source->on_shown) {
         source->on_shown(picture);
     }
     lock.lock();
     delivering_ = false;
-    if (source_ == source) {
-        shown_ = std::move(picture);
-    }
+    source->shown = std::move(picture);
     delivered_.notify_all();
+}
+
+/// Keeps what belongs to one uninterrupted stretch of plain playing.
+void Presenter::remember(const PictureSource& source, const Picture& picture, const RgbPicture& rgb) {
+    const bool is_plain = source.clock.snapshot().rate() == 1.0;
+    if (picture.begins_run || picture.is_preview || !is_plain) {
+        source.recent->forget();
+    }
+    if (!picture.is_preview && (is_plain || picture.begins_run) && !rgb.bytes.empty()) {
+        source.recent->keep(picture, rgb);
+    }
 }
 
 void Presenter::deliver(Lock& lock, Picture picture, bool is_new) {
@@ -174,6 +192,9 @@ void Presenter::deliver(Lock& lock, Picture picture, bool is_new) {
     try {
         const PictureSize size = delivered_size(square_pixel_size(*picture.frame), display);
         const RgbPicture rgb = converter_.convert(*picture.frame, size);
+        if (is_new && source->recent) {
+            remember(*source, picture, rgb);
+        }
         if (is_new && source->on_shown) {
             source->on_shown(picture);
         }
@@ -186,8 +207,8 @@ void Presenter::deliver(Lock& lock, Picture picture, bool is_new) {
     }
     lock.lock();
     delivering_ = false;
-    if (is_new && source_ == source) {
-        shown_ = std::move(picture);
+    if (is_new) {
+        source->shown = std::move(picture);
     }
     delivered_.notify_all();
 }

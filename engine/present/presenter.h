@@ -6,7 +6,6 @@
 #include "velmoraapi.h"
 
 #include <condition_variable>
-#include <deque>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -27,10 +26,10 @@ public:
     void set_overlay(velmora_user_overlay_callback_t callback, void* user);
     /// Pictures are delivered at the size that fits; the one shown is delivered again.
     void set_display_size(PictureSize size);
-    /// Shows the pictures of `source` from now on, instead of what was shown.
+    /// Shows the pictures of `source` from now on, instead of what was shown: at once the one that it showed
+    /// last, if there is one.
     void attach(std::shared_ptr<PictureSource> source);
-    /// After return no picture of `source` is delivered any more. Without effect when another one is
-    /// attached.
+    /// After return no picture of `source` is delivered any more. It keeps the picture that it showed last.
     void detach(const PictureSource& source);
     /// To be called when something changed that decides what is due: a picture came, the clock was set.
     void wake();
@@ -44,6 +43,7 @@ private:
     bool step(Lock& lock, SteadyTime& next_due);
     void look_ahead();
     void begin_run(Lock& lock, Picture picture);
+    static void remember(const PictureSource& source, const Picture& picture, const RgbPicture& rgb);
     void deliver(Lock& lock, Picture picture, bool is_new);
 
     std::mutex mutex_;
@@ -51,8 +51,6 @@ private:
     std::condition_variable delivered_;
     // Protected by mutex_:
     std::shared_ptr<PictureSource> source_;
-    std::deque<Picture> ahead_; ///< taken from the source, not due yet
-    Picture shown_;
     velmora_user_overlay_callback_t callback_{nullptr};
     void* user_{nullptr};
     std::optional<PictureSize> display_;

@@ -12,6 +12,9 @@ namespace velmora {
 namespace {
 
 constexpr int playback_mask = 1 << PLAYBACK_BIT;
+constexpr int streaming_mask = 1 << STREAMING_BIT;
+constexpr int record_mask = 1 << RECORD_BIT;
+constexpr int every_mask = playback_mask | streaming_mask | record_mask;
 
 std::string text_of(const char* field, std::size_t size) {
     return {field, ::strnlen(field, size)};
@@ -48,33 +51,93 @@ void Session::set_playback(const playback_setup_t& setup) {
 }
 
 int Session::start(int mask) {
-    if ((mask & playback_mask) == 0) {
-        log_incident("session", "start",
-                     "activities of mask " + std::to_string(mask) + " are not available, nothing started");
-        return -1;
-    }
     if (refuse_in_callback("start")) {
         return -1;
     }
-    if (mask != playback_mask) {
+    if ((mask & ~every_mask) != 0 || mask == 0) {
         log_incident("session", "start",
-                     "of the activities of mask " + std::to_string(mask) +
-                         " only file playback is available");
+                     "of the activities of mask " + std::to_string(mask) + " some are not available");
     }
-    return start_playback();
+    std::optional<bool> is_started;
+    const auto run = [&](int activity, auto&& begin) {
+        if ((mask & activity) != 0) {
+            const bool has_begun = begin();
+            is_started = is_started.value_or(has_begun);
+        }
+    };
+    run(streaming_mask, [this] { return start_view(); });
+    run(playback_mask, [this] { return start_playback(); });
+    run(record_mask, [this] { return live_.start_recording(); });
+    return is_started.value_or(false) ? 0 : -1;
 }
 
-int Session::start_playback() {
+bool Session::start_view() {
+    stop_view();
+    {
+        const std::lock_guard lock{mutex_};
+        if (closed_) {
+            return false;
+        }
+    }
+    const auto view = live_.start_view();
+    if (!view) {
+        return false;
+    }
+    view->pictures()->pictures.set_on_item([this] { presenter_.wake(); });
+    give_display();
+    return true;
+}
+
+void Session::stop_view() {
+    if (const auto view = live_.view()) {
+        view->pictures()->pictures.set_on_item(nullptr);
+        presenter_.detach(*view->pictures());
+        audio_.detach(*view->sounds());
+    }
+    live_.stop_view();
+}
+
+/// Attaches the activity that has the display, and tells each whether it is seen.
+void Session::give_display() {
+    const auto view = live_.view();
+    const std::lock_guard lock{mutex_};
+    const bool to_playback = display_owner_ == PLAYBACK_APP;
+    if (view) {
+        view->set_shown(!to_playback);
+    }
+    if (player_) {
+        player_->set_tempo(to_playback ? playback_tempo_
+                                       : Tempo{playback_tempo_.direction, PLAYER_SPD_PAUSE});
+    }
+    if (to_playback && player_) {
+        presenter_.attach(player_->pictures());
+        audio_.attach(player_->sounds(), player_->clock());
+    } else if (!to_playback && view) {
+        presenter_.attach(view->pictures());
+        audio_.attach(view->sounds(), view->sound_clock());
+    }
+}
+
+void Session::give_display_to(int owner) {
+    {
+        const std::lock_guard lock{mutex_};
+        display_owner_ = owner;
+    }
+    give_display();
+}
+
+bool Session::start_playback() {
     std::shared_ptr<FilePlayer> player;
     std::shared_ptr<FilePlayer> previous;
     {
         const std::lock_guard lock{mutex_};
         if (closed_ || !playback_setup_) {
-            return -1;
+            return false;
         }
         const playback_setup_t& setup = *playback_setup_;
         const auto tempo = tempo_of(setup.direction, setup.speed);
-        FilePlayer::Setup file{text_of(setup.file_name, sizeof setup.file_name), tempo.value_or(Tempo{}),
+        playback_tempo_ = tempo.value_or(Tempo{});
+        FilePlayer::Setup file{text_of(setup.file_name, sizeof setup.file_name), playback_tempo_,
                                setup.is_trick_mode != 0 ? SidecarUse::kept : SidecarUse::none};
         player = std::make_shared<FilePlayer>(
             std::move(file), FilePlayer::Hooks{[this] { presenter_.wake(); }, [this] { audio_.discard(); }});
@@ -86,13 +149,7 @@ int Session::start_playback() {
     bool is_ready = false;
     try {
         player->open();
-        {
-            const std::lock_guard lock{mutex_};
-            if (player_ == player) {
-                presenter_.attach(player->pictures());
-                audio_.attach(player->sounds(), player->clock());
-            }
-        }
+        give_display();
         is_ready = player->wait_ready();
     } catch (const std::exception& error) {
         const std::lock_guard lock{mutex_};
@@ -101,17 +158,22 @@ int Session::start_playback() {
                          error.what());
     }
     if (is_ready) {
-        return 0;
+        return true;
     }
+    bool was_current = false;
     {
         const std::lock_guard lock{mutex_};
-        if (player_ == player) {
+        was_current = player_ == player;
+        if (was_current) {
             player_.reset();
             display_owner_ = STREAMING_APP;
         }
     }
     stop_playback(player);
-    return -1;
+    if (was_current) {
+        give_display();
+    }
+    return false;
 }
 
 void Session::stop_playback(const std::shared_ptr<FilePlayer>& player) {
@@ -132,16 +194,25 @@ bool Session::refuse_in_callback(const char* operation) const {
 }
 
 void Session::stop(int mask) {
-    if ((mask & playback_mask) == 0 || refuse_in_callback("stop")) {
+    if (refuse_in_callback("stop")) {
         return;
     }
-    std::shared_ptr<FilePlayer> player;
-    {
-        const std::lock_guard lock{mutex_};
-        player = std::exchange(player_, nullptr);
-        display_owner_ = STREAMING_APP;
+    if ((mask & record_mask) != 0) {
+        live_.stop_recording();
     }
-    stop_playback(player);
+    if ((mask & streaming_mask) != 0) {
+        stop_view();
+    }
+    if ((mask & playback_mask) != 0) {
+        std::shared_ptr<FilePlayer> player;
+        {
+            const std::lock_guard lock{mutex_};
+            player = std::exchange(player_, nullptr);
+            display_owner_ = STREAMING_APP;
+        }
+        stop_playback(player);
+        give_display();
+    }
 }
 
 bool Session::close() {
@@ -152,13 +223,12 @@ bool Session::close() {
         const std::lock_guard lock{mutex_};
         closed_ = true;
     }
-    stop(playback_mask);
+    stop(every_mask);
     return true;
 }
 
 void Session::switch_display(bool to_playback) {
-    const std::lock_guard lock{mutex_};
-    display_owner_ = to_playback ? PLAYBACK_APP : STREAMING_APP;
+    give_display_to(to_playback ? PLAYBACK_APP : STREAMING_APP);
 }
 
 std::shared_ptr<FilePlayer> Session::player() const {
@@ -182,6 +252,9 @@ void Session::handle_event(const playback_event_t& event) {
             player->mark();
         }
         break;
+    case RECORD_TAG_EVENT:
+        live_.mark_recording();
+        break;
     default:
         log_incident("session", "event",
                      "events of type " + std::to_string(event.event_type) + " are not available, ignored");
@@ -195,12 +268,14 @@ std::optional<int> Session::tag(int index) const {
 }
 
 void Session::update_playback(const playback_event_t& event) {
-    const auto player = this->player();
-    if (!player) {
+    const auto tempo = tempo_of(event.dir, event.speed);
+    const std::lock_guard lock{mutex_};
+    if (!player_ || !tempo) {
         return;
     }
-    if (const auto tempo = tempo_of(event.dir, event.speed)) {
-        player->set_tempo(*tempo);
+    playback_tempo_ = *tempo;
+    if (display_owner_ == PLAYBACK_APP) {
+        player_->set_tempo(*tempo);
     }
 }
 
@@ -210,14 +285,17 @@ void Session::report(velmora_info_t& info, bool reset) {
         const std::lock_guard lock{mutex_};
         info.active_app = display_owner_;
     }
-    if (!player) {
-        return;
+    if (player) {
+        info.action_bit |= playback_mask;
+        if (reset) {
+            player->reset_counters();
+        }
+        player->report(info);
     }
-    info.action_bit |= playback_mask;
-    if (reset) {
-        player->reset_counters();
+    live_.report(info);
+    if (!player || info.active_app == STREAMING_APP) {
+        live_.report_stream(info, reset);
     }
-    player->report(info);
 }
 
 } // namespace velmora

@@ -1,6 +1,7 @@
 // One engine session: everything that runs between open and close.
 #pragma once
 
+#include "live/live_channel.h"
 #include "play/file_player.h"
 #include "present/audio_out.h"
 #include "present/presenter.h"
@@ -12,8 +13,9 @@
 
 namespace velmora {
 
-/// Owns presenter, sound and activities. All operations may be called from any thread; stopping and closing
-/// from inside the overlay callback is refused. Only start(1) waits for media work.
+/// Owns presenter, sound and activities, and says which activity has the display: a played file takes it and
+/// gives it back when it ends. All operations may be called from any thread; stopping and closing from inside
+/// the overlay callback is refused. Only start(1) waits for media work.
 class Session {
 public:
     Session() = default;
@@ -24,14 +26,17 @@ public:
     void set_overlay(velmora_user_overlay_callback_t callback, void* user);
     void set_display_size(PictureSize size);
     void set_playback(const playback_setup_t& setup);
+    void set_streaming(const streaming_setup_t& setup) { live_.set_streaming(setup); }
+    void set_recording(const record_setup_t& setup) { live_.set_recording(setup); }
     /// @param mask of 1 << ACTION_BIT
-    /// @return 0 when started
+    /// @return 0 when started: of live view or playback together with others, when the first one was
     int start(int mask);
     void stop(int mask);
     /// Ends everything; a start in progress returns. Nothing can be started afterwards.
     /// @return false when refused
     bool close();
-    /// Gives the display to file playback (true) or live view.
+    /// Gives the display to file playback (true) or live view. A file that loses it pauses, a live view goes
+    /// on unseen.
     void switch_display(bool to_playback);
     void handle_event(const playback_event_t& event);
     /// Position of a tag of the played file, seconds; nothing behind the last one.
@@ -39,19 +44,27 @@ public:
     void report(velmora_info_t& info, bool reset);
 
 private:
-    int start_playback();
+    bool start_playback();
     void stop_playback(const std::shared_ptr<FilePlayer>& player);
+    bool start_view();
+    void stop_view();
     bool refuse_in_callback(const char* operation) const;
     std::shared_ptr<FilePlayer> player() const;
     void update_playback(const playback_event_t& event);
+    void give_display();
+    void give_display_to(int owner);
 
     Presenter presenter_;
     AudioOut audio_;
+    LiveChannel live_{{.clock_changed = [this] { presenter_.wake(); },
+                       .discard_sound = [this] { audio_.discard(); },
+                       .on_data = {}}};
 
     mutable std::mutex mutex_; ///< held for moments only, never while media work is done
     // Protected by mutex_:
     std::shared_ptr<FilePlayer> player_;
     std::optional<playback_setup_t> playback_setup_;
+    Tempo playback_tempo_; ///< wanted, also while the file has lost the display
     int display_owner_{STREAMING_APP};
     bool closed_{false};
 };

@@ -27,6 +27,9 @@ bool VideoTrack::begin_stream(const QueuedVideo& queued) {
         return false;
     }
     decoder_->set_skip(skip_);
+    if (is_live_) {
+        decoder_->expect_whole_units();
+    }
     if (accepts_damaged_start_) {
         decoder_->accept_damaged_start();
     }

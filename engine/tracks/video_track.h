@@ -27,6 +27,8 @@ public:
     void preview_first(std::function<void(Picture)> on_preview) { on_preview_ = std::move(on_preview); }
     /// Decodes from the first unit on, access point or not.
     void accept_damaged_start() { accepts_damaged_start_ = true; }
+    /// For a stream that is live: see VideoDecoder::expect_whole_units. Before the first unit.
+    void decode_without_delay() { is_live_ = true; }
     /// Leaves out pictures of these classes.
     void set_skip(AVDiscard skip);
     /// Interlaced pictures are deinterlaced, or left combed on a late machine.
@@ -64,6 +66,7 @@ private:
     std::uint64_t past_errors_{0};
     bool awaits_access_point_{true};
     bool accepts_damaged_start_{false};
+    bool is_live_{false};
     AVDiscard skip_{AVDISCARD_DEFAULT};
 };
 

@@ -133,6 +133,10 @@ bool ProgrammeTables::awaits(std::uint16_t number) const {
     return entry != entries_.end() && !entry->programme;
 }
 
+bool ProgrammeTables::carries_tables(std::uint16_t pid) const {
+    return pid == pat_pid || pmt_sections_.contains(pid);
+}
+
 void ProgrammeTables::restart() {
     pat_sections_.restart();
     for (auto& [pid, assembler] : pmt_sections_) {

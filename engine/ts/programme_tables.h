@@ -34,6 +34,8 @@ public:
     bool complete() const;
     /// The PAT names this programme, but its PMT was not seen yet.
     bool awaits(std::uint16_t number) const;
+    /// The PAT or a PMT is sent on this PID.
+    bool carries_tables(std::uint16_t pid) const;
     /// Drops sections in progress, before a jump in the stream; what is known stays.
     void restart();
 

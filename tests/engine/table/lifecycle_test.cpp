@@ -84,13 +84,10 @@ TEST(Lifecycle, WhatIsNotAvailableIsRefused) {
     EngineLibrary library;
     EngineUnderTest engine{library};
     const velmora_t& table = library.table();
-    EXPECT_NE(table.Velmora_start(engine.handle(), 4), 0);
+    EXPECT_NE(table.Velmora_start(engine.handle(), 4), 0) << "no source was set";
     EXPECT_NE(table.Velmora_start(engine.handle(), 8), 0);
     EXPECT_NE(table.Velmora_start(engine.handle(), 2), 0);
     EXPECT_NE(table.Velmora_start(engine.handle(), 1), 0) << "no file was set";
-    EXPECT_NE(table.Velmora_set_streaming_param(engine.handle(), streaming_setup_t{}), 0);
-    EXPECT_NE(table.Velmora_set_record_param(engine.handle(), record_setup_t{}), 0);
-    EXPECT_NE(table.Velmora_set_data_param(engine.handle(), data_setup_t{}), 0);
     EXPECT_LT(table.Velmora_get_tag_by_i(engine.handle(), 0), 0);
     table.Velmora_register_record_encode_frame(engine.handle(), nullptr, nullptr, nullptr);
     table.Velmora_put_encode_frame(engine.handle(), nullptr, 0);

@@ -1,0 +1,70 @@
+// The live half of a session: one reception, and what is made of it.
+#pragma once
+
+#include "live/live_view.h"
+#include "live/reception.h"
+#include "record/recorder.h"
+#include "velmoraapi.h"
+
+#include <chrono>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+
+namespace velmora {
+
+/// Receives while it is viewed or recorded. Any thread; the operations take 100 ms at most, those that only
+/// read never wait.
+class LiveChannel {
+public:
+    explicit LiveChannel(LiveView::Hooks hooks) : hooks_{std::move(hooks)} {}
+
+    void set_streaming(const streaming_setup_t& setup);
+    void set_recording(const record_setup_t& setup);
+
+    /// Begins to receive and to view by the latest setup, instead of what was viewed; a recording goes on
+    /// with the new source.
+    /// @return the new view, or nothing when the socket could not be opened
+    std::shared_ptr<LiveView> start_view();
+    /// A recording goes on.
+    void stop_view();
+    std::shared_ptr<LiveView> view() const;
+
+    /// Records what is received, from the last access point on.
+    /// @return false when no file could be created or nothing can be received
+    bool start_recording();
+    void stop_recording();
+    /// Marks the second that is being recorded.
+    void mark_recording();
+
+    /// Fills action bits and record_info.
+    void report(velmora_info_t& info);
+    /// Fills what belongs to the stream that is viewed, if one is.
+    void report_stream(velmora_info_t& info, bool reset);
+
+private:
+    struct Streaming {
+        ReceiverSetup receiver;
+        std::chrono::milliseconds sync_delay{0};
+    };
+
+    std::shared_ptr<Reception> open_reception();
+    void end_reception_without_use();
+    void attach_recorder(const std::shared_ptr<Recorder>& recorder);
+
+    const LiveView::Hooks hooks_;
+    std::mutex command_mutex_; ///< orders starts and stops
+
+    mutable std::mutex mutex_; ///< held for moments only
+    // Protected by mutex_:
+    std::optional<Streaming> streaming_;
+    std::optional<RecorderSetup> recording_;
+    std::shared_ptr<Reception> reception_;
+    std::shared_ptr<LiveView> view_;
+    std::shared_ptr<Recorder> recorder_;
+    std::set<std::string> file_names_; ///< of all recordings: a poll's pointer is valid until the end
+};
+
+} // namespace velmora

@@ -1,0 +1,53 @@
+// When the pictures of a live stream are due, by the time at which they were ready.
+#pragma once
+
+#include "media/timeline.h"
+
+#include <array>
+#include <cstddef>
+#include <optional>
+
+namespace velmora {
+
+/// Follows a sender without ever falling behind it: positions are due as early as they have lately been
+/// ready, evenly, and later by the delay that is asked for. A value without threads.
+class LiveClock {
+public:
+    using Delay = std::chrono::nanoseconds;
+
+    /// @param delay by which everything is due later; readiness may waver by it without being seen
+    explicit LiveClock(Delay delay) : delay_{delay} {}
+
+    /// Tells that what is due at `position` was ready at `ready`.
+    /// @return true when what is due has changed
+    bool note(Position position, SteadyTime ready);
+    /// Forgets what was, before another stream.
+    void restart();
+
+    /// When position 0 is due; nothing before the first note.
+    std::optional<SteadyTime> origin() const { return origin_; }
+
+private:
+    /// Readiness, as an origin, within half a second.
+    struct Window {
+        SteadyTime begin;
+        SteadyTime latest;
+        SteadyTime first;
+        SteadyClock::duration behind_first{0}; ///< of all, in sum
+        int count{0};
+
+        SteadyTime average() const { return first + behind_first / count; }
+    };
+
+    void remember(SteadyTime origin, SteadyTime now);
+    SteadyTime target() const;
+    bool move_to(SteadyTime origin);
+
+    Delay delay_;
+    std::optional<SteadyTime> origin_;
+    SteadyTime moved_at_{};
+    std::array<Window, 8> windows_{}; ///< the youngest last
+    std::size_t count_{0};
+};
+
+} // namespace velmora

@@ -1,0 +1,396 @@
+#include "live/live_view.h"
+
+#include "diagnostics/log.h"
+#include "ts/access_point.h"
+
+#include <algorithm>
+#include <exception>
+#include <span>
+#include <string>
+#include <utility>
+
+namespace velmora {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::size_t sound_queue_depth = 48;
+/// What may wait to be taken apart, and to be decoded, bytes.
+constexpr std::size_t most_block_bytes = std::size_t{16} << 20U;
+constexpr std::size_t most_pending_bytes = std::size_t{32} << 20U;
+constexpr std::size_t most_kept_bytes = std::size_t{32} << 20U;
+/// A device fetches sound so much before it is heard.
+constexpr auto sound_lead = 60ms;
+/// Sound that comes later than this after its pictures is not waited for.
+constexpr auto latest_sound = 1s;
+/// Decoding that is late by this leaves pictures out, and by this goes on at an access point.
+constexpr auto late_decoding = 150ms;
+constexpr auto lost_decoding = 1s;
+
+bool is_access_point(const QueuedVideo& video) {
+    const auto payload = std::span{video.unit.bytes}.subspan(video.unit.payload_start);
+    return find_access_point(video.stream.codec, payload, true).verdict == AccessPointVerdict::point;
+}
+
+/// A clock by which position 0 is due at `origin`.
+void anchor_at_origin(SharedPlayClock& clock, SteadyTime origin) {
+    clock.anchor(Position{}, 1.0, origin);
+}
+
+} // namespace
+
+LiveView::LiveView(std::chrono::milliseconds sync_delay, Hooks hooks)
+    : hooks_{std::move(hooks)},
+      sync_delay_{sync_delay}, sounds_{std::make_shared<SoundQueue>(sound_queue_depth)}, clock_{sync_delay} {
+    units_.hand_out_early();
+    units_.set_data_sink([this](const PesPacket& pes) { take_data(pes); });
+    video_.decode_without_delay();
+    pictures_->picture_lasts = false; // what was live is not any more
+    pictures_->on_shown = [this](const Picture& picture) { picture_shown(picture); };
+    pictures_->pictures.set_on_room([this] { wake(); });
+    sounds_->set_on_room([this] { wake(); });
+    thread_ = std::jthread{[this](const std::stop_token& stop) { run(stop); }};
+}
+
+LiveView::~LiveView() {
+    thread_ = {};
+    // Whoever takes from the queues may do so a moment longer.
+    pictures_->pictures.set_on_room(nullptr);
+    sounds_->set_on_room(nullptr);
+}
+
+void LiveView::feed(SharedBlock block) {
+    {
+        const std::lock_guard lock{mutex_};
+        block_bytes_ += block->bytes.size();
+        blocks_.push_back(std::move(block));
+        if (block_bytes_ > most_block_bytes) {
+            blocks_.clear();
+            block_bytes_ = 0;
+            blocks_dropped_ = true;
+        }
+        woken_ = true;
+    }
+    changed_.notify_one();
+}
+
+void LiveView::set_shown(bool shown) {
+    {
+        const std::lock_guard lock{mutex_};
+        shown_wanted_ = shown;
+        woken_ = true;
+    }
+    changed_.notify_one();
+}
+
+void LiveView::wake() {
+    {
+        const std::lock_guard lock{mutex_};
+        woken_ = true;
+    }
+    changed_.notify_one();
+}
+
+void LiveView::run(const std::stop_token& stop) {
+    while (!stop.stop_requested()) {
+        try {
+            take_blocks();
+            follow_shown();
+            while (!stop.stop_requested() && work()) {
+                take_blocks();
+            }
+            update_facts();
+        } catch (const std::exception& error) {
+            log_incident("live", "view", std::string{"a part of the stream was left out: "} + error.what());
+            drop_to_access_point();
+        }
+        std::unique_lock lock{mutex_};
+        changed_.wait(lock, stop, [this] { return std::exchange(woken_, false); });
+    }
+}
+
+void LiveView::take_blocks() {
+    std::deque<SharedBlock> blocks;
+    bool were_dropped = false;
+    {
+        const std::lock_guard lock{mutex_};
+        blocks.swap(blocks_);
+        block_bytes_ = 0;
+        were_dropped = std::exchange(blocks_dropped_, false);
+    }
+    if (were_dropped) {
+        log_incident("live", "overflow",
+                     "the stream came faster than it can be taken apart, a part left out");
+        drop_to_access_point();
+    }
+    for (const SharedBlock& block : blocks) {
+        take_apart(*block);
+    }
+}
+
+void LiveView::take_apart(const PacketBlock& block) {
+    const std::span<const std::uint8_t> bytes{block.bytes};
+    for (std::size_t at = 0; at + ts_packet_size <= bytes.size(); at += ts_packet_size) {
+        if (const auto packet =
+                parse_ts_packet(bytes.subspan(at).first<ts_packet_size>(), stream_offset_ + at)) {
+            units_.feed(*packet);
+        }
+    }
+    stream_offset_ += bytes.size();
+    while (auto video = units_.take_video()) {
+        keep(*video);
+        if (is_shown_) {
+            pending_bytes_ += video->unit.bytes.size();
+            pending_video_.push_back({std::move(*video), block.arrived});
+        }
+    }
+    while (auto sound = units_.take_sound()) {
+        if (is_shown_) {
+            pending_bytes_ += sound->bytes.size();
+            pending_sound_.push_back({std::move(*sound), block.arrived});
+        }
+    }
+    bound_pending();
+}
+
+void LiveView::keep(const QueuedVideo& video) {
+    if (is_access_point(video)) {
+        kept_.clear();
+        kept_bytes_ = 0;
+    }
+    kept_bytes_ += video.unit.bytes.size();
+    kept_.push_back(video);
+    if (kept_bytes_ > most_kept_bytes) {
+        // Without its beginning the rest is of no use: what comes next begins at an access point.
+        kept_.clear();
+        kept_bytes_ = 0;
+    }
+}
+
+void LiveView::take_data(const PesPacket& pes) {
+    {
+        const std::lock_guard lock{mutex_};
+        data_meter_.add(pes.payload().size(), SteadyClock::now());
+    }
+    if (hooks_.on_data) {
+        hooks_.on_data(pes);
+    }
+}
+
+void LiveView::bound_pending() {
+    if (pending_bytes_ > most_pending_bytes) {
+        log_incident("live", "overflow", "the stream comes faster than it is decoded, a part left out");
+        drop_to_access_point();
+    }
+}
+
+/// What waits is dropped; decoding goes on at the next access point.
+void LiveView::drop_to_access_point() {
+    units_.clear();
+    pending_video_.clear();
+    pending_sound_.clear();
+    pending_bytes_ = 0;
+    begin_again(Position::min());
+}
+
+void LiveView::begin_again(Position wanted_from) {
+    video_.restart(wanted_from);
+    sound_.restart(wanted_from);
+    was_full_ = false;
+}
+
+/// Ends what was shown, or brings up the latest picture by what was kept for it.
+void LiveView::follow_shown() {
+    bool shown = false;
+    {
+        const std::lock_guard lock{mutex_};
+        shown = shown_wanted_;
+    }
+    if (shown == std::exchange(is_shown_, shown)) {
+        return;
+    }
+    ++pictures_->generation;
+    pictures_->pictures.clear();
+    sounds_->clear();
+    hooks_.discard_sound();
+    clock_.restart();
+    sound_readiness_.restart();
+    offered_ = false;
+    pending_video_.clear();
+    pending_sound_.clear();
+    pending_bytes_ = 0;
+    Position latest = Position::min();
+    if (shown && !kept_.empty()) {
+        const VideoUnit& unit = kept_.back().unit;
+        latest = unit.decode.value_or(unit.presentation.value_or(latest));
+        for (const QueuedVideo& video : kept_) {
+            pending_bytes_ += video.unit.bytes.size();
+            pending_video_.push_back({video, SteadyClock::now()});
+        }
+    }
+    begin_again(latest);
+}
+
+bool LiveView::work() {
+    if (!is_shown_) {
+        return false;
+    }
+    const bool pictures = offer_pictures() || decode_video();
+    const bool sounds = offer_sounds() || decode_sound();
+    return pictures || sounds;
+}
+
+bool LiveView::decode_video() {
+    if (pending_video_.empty() || !video_.ready().empty()) {
+        was_full_ = was_full_ && !pending_video_.empty();
+        return false;
+    }
+    PendingVideo next = std::move(pending_video_.front());
+    pending_video_.pop_front();
+    pending_bytes_ -= std::min(pending_bytes_, next.unit.unit.bytes.size());
+    keep_up(next.arrived);
+    const SteadyTime begin = SteadyClock::now();
+    video_.decode(std::move(next.unit));
+    const SteadyTime end = SteadyClock::now();
+    // What waited because enough was decoded already could have been ready earlier.
+    ready_at_ = was_full_ ? std::min(end, std::max(next.arrived, ready_at_) + (end - begin)) : end;
+    note_pictures(ready_at_);
+    return true;
+}
+
+/// Leaves out what nothing refers to while decoding is late, and everything up to an access point when that
+/// does not help.
+void LiveView::keep_up(SteadyTime arrived) {
+    const auto behind = SteadyClock::now() - arrived;
+    const bool is_late = offered_ && !was_full_ && behind > late_decoding;
+    video_.set_skip(is_late ? AVDISCARD_NONREF : AVDISCARD_DEFAULT);
+    if (!is_late || behind < lost_decoding) {
+        return;
+    }
+    const auto point =
+        std::find_if(pending_video_.rbegin(), pending_video_.rend(),
+                     [](const PendingVideo& pending) { return is_access_point(pending.unit); });
+    if (point != pending_video_.rend()) {
+        log_incident("live", "late", "decoding does not keep up, went on at a later access point");
+        const auto first = std::prev(point.base());
+        std::for_each(pending_video_.begin(), first, [this](const PendingVideo& pending) {
+            pending_bytes_ -= std::min(pending_bytes_, pending.unit.unit.bytes.size());
+        });
+        pending_video_.erase(pending_video_.begin(), first);
+        video_.restart(Position::min());
+    }
+}
+
+void LiveView::note_pictures(SteadyTime ready) {
+    bool has_changed = false;
+    for (const Picture& picture : video_.ready()) {
+        has_changed = clock_.note(picture.position, ready) || has_changed;
+    }
+    if (has_changed) {
+        anchor_at_origin(pictures_->clock, *clock_.origin());
+        set_sound_clock();
+        hooks_.clock_changed();
+    }
+}
+
+bool LiveView::offer_pictures() {
+    auto& ready = video_.ready();
+    bool offered = false;
+    while (!ready.empty()) {
+        Picture& picture = ready.front();
+        picture.generation = pictures_->generation.load();
+        picture.begins_run = !offered_;
+        if (!pictures_->pictures.try_push(std::move(picture))) {
+            was_full_ = true;
+            break;
+        }
+        ready.pop_front();
+        offered_ = true;
+        offered = true;
+    }
+    return offered;
+}
+
+bool LiveView::decode_sound() {
+    if (pending_sound_.empty() || !sound_.ready().empty()) {
+        return false;
+    }
+    PendingSound next = std::move(pending_sound_.front());
+    pending_sound_.pop_front();
+    pending_bytes_ -= std::min(pending_bytes_, next.unit.bytes.size());
+    sound_.decode(std::move(next.unit));
+    if (!sound_.ready().empty()) {
+        note_sound(sound_.ready().front(), next.arrived);
+    }
+    return true;
+}
+
+void LiveView::note_sound(const SoundFrame& sound, SteadyTime ready) {
+    sound_readiness_.note(sound.position, ready + sound_lead);
+    set_sound_clock();
+}
+
+/// Pictures never wait for sound. Sound waits for pictures, and where it comes later than they, it is heard
+/// later.
+void LiveView::set_sound_clock() {
+    auto origin = clock_.origin();
+    if (const auto readiness = sound_readiness_.origin()) {
+        if (!origin) {
+            origin = *readiness + sync_delay_;
+        } else if (*readiness - *origin < latest_sound) {
+            origin = std::max(*origin, *readiness);
+        }
+    }
+    if (origin && origin != sound_origin_) {
+        sound_origin_ = origin;
+        anchor_at_origin(*sound_clock_, *origin);
+    }
+}
+
+bool LiveView::offer_sounds() {
+    auto& ready = sound_.ready();
+    bool offered = false;
+    while (!ready.empty() && sounds_->try_push(std::move(ready.front()))) {
+        ready.pop_front();
+        offered = true;
+    }
+    return offered;
+}
+
+void LiveView::update_facts() {
+    const auto& selection = units_.selection();
+    const bool has_video = selection && selection->video;
+    const std::lock_guard lock{mutex_};
+    facts_.frame_rate = has_video ? units_.meter().units_per_second() : 0;
+    facts_.video_codec = has_video ? selection->video->codec : AV_CODEC_ID_NONE;
+    sound_.report(facts_);
+    facts_.audio_codec = selection && selection->audio ? selection->audio->codec : AV_CODEC_ID_NONE;
+    facts_.data_codec = selection && selection->data ? selection->data->codec : AV_CODEC_ID_NONE;
+    counters_.decoded_pictures = video_.decoded();
+    counters_.errors = video_.errors() + sound_.errors() + units_.continuity_errors();
+    counters_.data_units = units_.data_units();
+    if (!has_shown_) {
+        baseline_.errors = counters_.errors;
+    }
+}
+
+void LiveView::picture_shown(const Picture& picture) {
+    const std::lock_guard lock{mutex_};
+    facts_.picture = square_pixel_size(*picture.frame);
+    ++counters_.shown_pictures;
+    has_shown_ = true;
+}
+
+void LiveView::report(velmora_info_t& info) {
+    const std::lock_guard lock{mutex_};
+    facts_.data_bitrate = data_meter_.kilobits_per_second(SteadyClock::now());
+    report_stream(info, facts_, counters_, baseline_);
+}
+
+void LiveView::reset_counters() {
+    const std::lock_guard lock{mutex_};
+    baseline_ = counters_;
+}
+
+} // namespace velmora

@@ -1,0 +1,132 @@
+// Shows a live stream: takes packets, decodes, offers pictures and sound as early as they can be shown.
+#pragma once
+
+#include "live/arrival_meter.h"
+#include "live/live_clock.h"
+#include "media/packet_block.h"
+#include "present/audio_out.h"
+#include "present/picture_source.h"
+#include "tracks/sound_track.h"
+#include "tracks/stream_facts.h"
+#include "tracks/unit_sorter.h"
+#include "tracks/video_track.h"
+#include "velmoraapi.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <stop_token>
+#include <thread>
+
+namespace velmora {
+
+/// Owns the thread that takes the stream apart and decodes it. While it is not shown it only keeps what the
+/// next picture needs, so that it is there at once when it is shown again. The commands return at once.
+class LiveView {
+public:
+    /// What the view needs of its surroundings; called on its thread.
+    struct Hooks {
+        std::function<void()> clock_changed; ///< what is due has changed
+        std::function<void()> discard_sound; ///< sound handed out so far must not be heard any more
+        UnitSorter::DataSink on_data;        ///< a PES packet of the data stream came
+    };
+
+    /// @param sync_delay by which everything is shown later than it could be
+    LiveView(std::chrono::milliseconds sync_delay, Hooks hooks);
+    ~LiveView();
+    LiveView(const LiveView&) = delete;
+    LiveView& operator=(const LiveView&) = delete;
+
+    /// Never waits; from one thread at a time.
+    void feed(SharedBlock block);
+    /// Decodes, or only keeps up.
+    void set_shown(bool shown);
+
+    /// Fills what a poll reads of the stream.
+    void report(velmora_info_t& info);
+    void reset_counters();
+
+    const std::shared_ptr<PictureSource>& pictures() const { return pictures_; }
+    const std::shared_ptr<SoundQueue>& sounds() const { return sounds_; }
+    /// The clock of the sound, which may be later than that of the pictures.
+    const std::shared_ptr<SharedPlayClock>& sound_clock() const { return sound_clock_; }
+
+private:
+    struct PendingVideo {
+        QueuedVideo unit;
+        SteadyTime arrived;
+    };
+    struct PendingSound {
+        QueuedSound unit;
+        SteadyTime arrived;
+    };
+
+    void run(const std::stop_token& stop);
+    void take_blocks();
+    void take_apart(const PacketBlock& block);
+    void keep(const QueuedVideo& video);
+    void follow_shown();
+    void bound_pending();
+    void drop_to_access_point();
+    void begin_again(Position wanted_from);
+    bool work();
+    bool decode_video();
+    bool decode_sound();
+    bool offer_pictures();
+    bool offer_sounds();
+    void keep_up(SteadyTime arrived);
+    void note_pictures(SteadyTime ready);
+    void note_sound(const SoundFrame& sound, SteadyTime ready);
+    void set_sound_clock();
+    void take_data(const PesPacket& pes);
+    void update_facts();
+    void picture_shown(const Picture& picture);
+    void wake();
+
+    const Hooks hooks_;
+    const std::chrono::milliseconds sync_delay_;
+    std::shared_ptr<PictureSource> pictures_{std::make_shared<PictureSource>()};
+    std::shared_ptr<SoundQueue> sounds_;
+    std::shared_ptr<SharedPlayClock> sound_clock_{std::make_shared<SharedPlayClock>()};
+
+    // The view's thread only:
+    UnitSorter units_;
+    VideoTrack video_;
+    SoundTrack sound_;
+    LiveClock clock_;
+    LiveClock sound_readiness_{LiveClock::Delay{0}};
+    std::deque<PendingVideo> pending_video_;
+    std::deque<PendingSound> pending_sound_;
+    std::size_t pending_bytes_{0};
+    std::deque<QueuedVideo> kept_; ///< since the last access point, to begin with when it is shown again
+    std::size_t kept_bytes_{0};
+    std::uint64_t stream_offset_{0}; ///< bytes taken so far
+    SteadyTime ready_at_{};          ///< when the pictures decoded last could be ready
+    std::optional<SteadyTime> sound_origin_;
+    bool was_full_{false}; ///< decoding waited for room, not for the stream
+    bool is_shown_{false}; ///< what the thread has followed
+    bool offered_{false};  ///< a picture since the beginning or the last jump
+
+    std::mutex mutex_;
+    std::condition_variable_any changed_;
+    // Protected by mutex_:
+    std::deque<SharedBlock> blocks_;
+    std::size_t block_bytes_{0};
+    bool blocks_dropped_{false};
+    bool shown_wanted_{false};
+    bool woken_{false};
+    bool has_shown_{false}; ///< a picture was shown: errors count from here
+    ArrivalMeter data_meter_;
+    StreamFacts facts_;
+    StreamCounters counters_;
+    StreamCounters baseline_;
+
+    std::jthread thread_; ///< last, so that it ends first
+};
+
+} // namespace velmora

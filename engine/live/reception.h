@@ -1,0 +1,56 @@
+// A live stream on its way from the network to viewing, recording and forwarding.
+#pragma once
+
+#include "live/arrival_meter.h"
+#include "live/stream_backlog.h"
+#include "media/packet_block.h"
+#include "receive/receiver.h"
+#include "velmoraapi.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+
+namespace velmora {
+
+/// Hands what is received to its subscribers, on the receiver's thread. All operations may be called from any
+/// other thread.
+class Reception {
+public:
+    /// @throws ReceptionError when nothing can be received
+    explicit Reception(const ReceiverSetup& setup);
+
+    /// Names a subscription.
+    enum class Subscriber { view, recording, retransmission };
+    enum class From { now, last_access_point };
+
+    /// Replaces the subscription of that name. With last_access_point the subscriber gets the tables and what
+    /// was received since, and where no access point is known yet, what comes from the first one on.
+    void subscribe(Subscriber subscriber, BlockSink sink, From from);
+    /// After return the subscriber's sink is not called any more.
+    void unsubscribe(Subscriber subscriber);
+
+    /// Fills what a poll reads of reception.
+    void report(velmora_info_t& info);
+
+private:
+    struct Subscription {
+        BlockSink sink;
+        bool awaits_access_point{false};
+    };
+
+    void take(const SharedBlock& block);
+    void begin(Subscription& subscription);
+
+    std::int32_t protocol_;
+    std::mutex mutex_;
+    // Protected by mutex_:
+    StreamBacklog backlog_;
+    ArrivalMeter meter_;
+    std::map<Subscriber, Subscription> subscriptions_;
+
+    std::unique_ptr<Receiver> receiver_; ///< last, so that its thread ends first
+};
+
+} // namespace velmora

@@ -1,0 +1,122 @@
+#include "live/live_clock.h"
+
+#include <gtest/gtest.h>
+
+namespace velmora {
+namespace {
+
+using namespace std::chrono_literals;
+using std::chrono::milliseconds;
+
+constexpr milliseconds interval{40};
+
+Position at(milliseconds time) {
+    return Position{std::chrono::duration_cast<Ticks>(time)};
+}
+
+/// A stream whose pictures are ready `lateness` after their place on an even scale.
+class Stream {
+public:
+    explicit Stream(milliseconds delay) : clock{delay} {}
+
+    /// @return when the picture is due, counted from its place on the scale
+    milliseconds picture(milliseconds lateness) {
+        const milliseconds place = interval * count_++;
+        clock.note(at(place), SteadyTime{} + place + lateness);
+        return std::chrono::duration_cast<milliseconds>(*clock.origin() - SteadyTime{});
+    }
+    /// @return when the last one is due
+    milliseconds pictures(int count, milliseconds lateness) {
+        milliseconds due{0};
+        for (int i = 0; i < count; ++i) {
+            due = picture(lateness);
+        }
+        return due;
+    }
+
+    LiveClock clock;
+
+private:
+    int count_{0};
+};
+
+TEST(LiveClock, IsUnknownBeforeTheFirstPicture) {
+    EXPECT_FALSE(LiveClock{0ms}.origin());
+}
+
+TEST(LiveClock, WithoutDelayAPictureIsDueWhenItIsReady) {
+    Stream stream{0ms};
+    EXPECT_EQ(stream.pictures(100, 10ms), 10ms);
+}
+
+TEST(LiveClock, ALatePictureMovesWhatIsDueAtOnce) {
+    Stream stream{0ms};
+    stream.pictures(100, 10ms);
+    EXPECT_EQ(stream.picture(35ms), 35ms);
+}
+
+TEST(LiveClock, ALittleLatenessIsTakenBackUnnoticeably) {
+    Stream stream{0ms};
+    stream.pictures(100, 10ms);
+    stream.picture(35ms);
+    EXPECT_EQ(stream.pictures(25, 10ms), 35ms) << "it may come again";
+    const auto before = stream.pictures(50, 10ms);
+    EXPECT_LT(before, 35ms);
+    EXPECT_GE(stream.picture(10ms), before - 1ms) << "in small steps";
+    EXPECT_EQ(stream.pictures(25 * 6, 10ms), 10ms);
+}
+
+TEST(LiveClock, AStallIsForgottenWithinThreeSeconds) {
+    Stream stream{0ms};
+    stream.pictures(100, 10ms);
+    EXPECT_EQ(stream.picture(400ms), 400ms);
+    EXPECT_EQ(stream.pictures(75, 10ms), 10ms);
+}
+
+TEST(LiveClock, AStreamThatCatchesUpIsFollowedAtOnce) {
+    Stream stream{0ms};
+    stream.pictures(100, 10ms);
+    EXPECT_EQ(stream.picture(2000ms), 2000ms);
+    EXPECT_EQ(stream.picture(1900ms), 2000ms);
+    EXPECT_EQ(stream.picture(10ms), 10ms);
+}
+
+TEST(LiveClock, ADelayIsAddedAndHidesJitterUpToIt) {
+    Stream stream{200ms};
+    EXPECT_EQ(stream.pictures(100, 10ms), 210ms);
+    for (int round = 0; round < 100; ++round) {
+        for (const auto due :
+             {stream.picture(milliseconds{10 + round * 37 % 190}), stream.pictures(12, 10ms)}) {
+            EXPECT_GE(due, 205ms);
+            EXPECT_LE(due, 215ms);
+        }
+    }
+    EXPECT_EQ(stream.picture(260ms), 260ms) << "more than that is not hidden";
+}
+
+TEST(LiveClock, ASenderClockThatIsOffNeverAccumulates) {
+    for (const int ppm : {-200, 200}) {
+        LiveClock clock{0ms};
+        SteadyTime due{};
+        SteadyTime ready{};
+        for (int second = 0; second < 24 * 3600; second += 1) {
+            // One picture a second of the sender's clock, as seen by ours.
+            const Position position = at(std::chrono::seconds{second});
+            ready = SteadyTime{} + std::chrono::seconds{second} + std::chrono::microseconds{second * ppm};
+            clock.note(position, ready);
+            due = *clock.origin() + std::chrono::seconds{second};
+        }
+        EXPECT_GE(due, ready);
+        EXPECT_LE(due - ready, 10ms) << ppm;
+    }
+}
+
+TEST(LiveClock, AfterARestartNothingIsLeft) {
+    Stream stream{0ms};
+    stream.pictures(10, 300ms);
+    stream.clock.restart();
+    EXPECT_EQ(stream.picture(5ms), 5ms);
+}
+
+} // namespace
+} // namespace velmora
