@@ -1,0 +1,151 @@
+// Recording a live stream through the engine's table.
+#include "live_under_test.h"
+#include "scratch_files.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr int view_mask = 1 << STREAMING_BIT;
+constexpr int record_mask = 1 << RECORD_BIT;
+
+record_setup_t record_setup(const std::filesystem::path& folder) {
+    record_setup_t setup{};
+    std::strncpy(setup.directory_path, folder.c_str(), sizeof setup.directory_path - 1);
+    setup.is_trick_mode = 1;
+    return setup;
+}
+
+class LiveRecording : public testing::Test {
+protected:
+    void SetUp() override {
+        engine_.table().Velmora_set_record_param(engine_.handle(), record_setup(scratch_.path()));
+    }
+
+    SendRecipe to_port(bool loops) const {
+        SendRecipe recipe;
+        recipe.target.port = port_;
+        recipe.loops = loops;
+        return recipe;
+    }
+
+    /// The file that is being recorded.
+    std::filesystem::path recorded() const {
+        const velmora_info_t info = engine_.info();
+        return info.record_info.file_name == nullptr ? "" : info.record_info.file_name;
+    }
+
+    std::uint16_t port_{free_udp_port()};
+    ScratchFolder scratch_;
+    EngineLibrary library_;
+    EngineUnderTest engine_{library_};
+};
+
+TEST_F(LiveRecording, IsBitForBitWhatWasSent) {
+    const auto stream = stream_bytes(small_live_stream());
+    ASSERT_EQ(view(engine_, live_setup(port_), view_mask | record_mask), 0);
+    EXPECT_EQ(engine_.info().action_bit, view_mask | record_mask);
+    const StreamSender sender{stream, to_port(false)};
+    sender.wait();
+    ASSERT_TRUE(engine_.wait_for_info([&](const velmora_info_t& info) {
+        return info.record_info.kb_size >= static_cast<std::int32_t>(stream.size() / 1024);
+    }));
+    EXPECT_GE(engine_.info().record_info.sec_size, 3);
+    const auto file = recorded();
+    engine_.table().Velmora_stop(engine_.handle(), record_mask);
+    EXPECT_EQ(engine_.info().action_bit, view_mask);
+
+    std::ifstream input{file, std::ios::binary};
+    const std::vector<std::uint8_t> bytes{std::istreambuf_iterator<char>{input}, {}};
+    // The stream begins with its tables, which the recording has in front once more.
+    ASSERT_GE(bytes.size(), stream.size() - 3 * 188);
+    const auto same = std::mismatch(bytes.rbegin(), bytes.rend(), stream.rbegin(), stream.rend());
+    EXPECT_LE(std::distance(same.first, bytes.rend()), 2 * 188) << "from the end up to the tables";
+}
+
+TEST_F(LiveRecording, BeginsWithTheLastAccessPointAndPlaysWhileItGrows) {
+    ASSERT_EQ(view(engine_, live_setup(port_)), 0);
+    const StreamSender sender{stream_bytes(small_live_stream()), to_port(true)};
+    ASSERT_TRUE(engine_.wait_for_pictures(40));
+    ASSERT_EQ(engine_.table().Velmora_start(engine_.handle(), record_mask), 0);
+    ASSERT_TRUE(
+        engine_.wait_for_info([](const velmora_info_t& info) { return info.record_info.sec_size >= 2; }));
+    engine_.forget_pictures();
+    ASSERT_EQ(engine_.play(recorded()), 0);
+    ASSERT_TRUE(engine_.wait_for_pictures(20));
+    const auto pictures = engine_.pictures();
+    EXPECT_EQ(pictures.front().number.value_or(1) % 25, 0U) << "a key picture";
+    EXPECT_EQ(engine_.info().action_bit, view_mask | record_mask | 1);
+    EXPECT_EQ(engine_.info().player_info.is_recording, 1);
+    const int length = engine_.info().player_info.total_second;
+    EXPECT_TRUE(engine_.wait_for_info(
+        [&](const velmora_info_t& info) { return info.player_info.total_second > length; }));
+}
+
+TEST_F(LiveRecording, GoesOnInOneFileAcrossALostSource) {
+    ASSERT_EQ(view(engine_, live_setup(port_), view_mask | record_mask), 0);
+    {
+        const StreamSender sender{stream_bytes(small_live_stream()), to_port(false)};
+        ASSERT_TRUE(
+            engine_.wait_for_info([](const velmora_info_t& info) { return info.record_info.kb_size > 50; }));
+    }
+    const auto file = recorded();
+    const int size = engine_.info().record_info.kb_size;
+    const StreamSender again{stream_bytes(small_live_stream()), to_port(true)};
+    EXPECT_TRUE(engine_.wait_for_info(
+        [&](const velmora_info_t& info) { return info.record_info.kb_size > size + 100; }));
+    EXPECT_EQ(recorded(), file);
+}
+
+TEST_F(LiveRecording, GoesOnWhileTheViewIsStoppedAndStartedAgain) {
+    ASSERT_EQ(view(engine_, live_setup(port_), view_mask | record_mask), 0);
+    const StreamSender sender{stream_bytes(small_live_stream()), to_port(true)};
+    ASSERT_TRUE(
+        engine_.wait_for_info([](const velmora_info_t& info) { return info.record_info.kb_size > 20; }));
+    const auto file = recorded();
+    engine_.table().Velmora_stop(engine_.handle(), view_mask);
+    EXPECT_EQ(engine_.info().action_bit, record_mask);
+    const int size = engine_.info().record_info.kb_size;
+    EXPECT_TRUE(
+        engine_.wait_for_info([&](const velmora_info_t& info) { return info.record_info.kb_size > size; }));
+    ASSERT_EQ(engine_.table().Velmora_start(engine_.handle(), view_mask), 0);
+    engine_.forget_pictures();
+    EXPECT_TRUE(engine_.wait_for_pictures(10));
+    EXPECT_EQ(recorded(), file);
+}
+
+TEST_F(LiveRecording, WithoutADirectoryNothingIsRecordedAndTheViewGoesOn) {
+    engine_.table().Velmora_set_record_param(engine_.handle(), record_setup(scratch_.path() / "missing"));
+    EXPECT_EQ(view(engine_, live_setup(port_), view_mask | record_mask), 0);
+    EXPECT_EQ(engine_.info().action_bit, view_mask);
+    const StreamSender sender{stream_bytes(small_live_stream()), to_port(true)};
+    EXPECT_TRUE(engine_.wait_for_pictures(10));
+    EXPECT_NE(engine_.table().Velmora_start(engine_.handle(), record_mask), 0);
+    engine_.table().Velmora_set_record_param(engine_.handle(), record_setup(scratch_.path()));
+    EXPECT_EQ(engine_.table().Velmora_start(engine_.handle(), record_mask), 0) << "it can be tried again";
+}
+
+TEST_F(LiveRecording, AMarkTagsTheSecondThatIsRecorded) {
+    ASSERT_EQ(view(engine_, live_setup(port_), view_mask | record_mask), 0);
+    const StreamSender sender{stream_bytes(small_live_stream()), to_port(true)};
+    ASSERT_TRUE(
+        engine_.wait_for_info([](const velmora_info_t& info) { return info.record_info.sec_size >= 2; }));
+    const auto file = recorded();
+    playback_event_t mark{};
+    mark.event_type = RECORD_TAG_EVENT;
+    engine_.table().Velmora_set_event(engine_.handle(), mark);
+    engine_.table().Velmora_stop(engine_.handle(), record_mask);
+    ASSERT_EQ(engine_.play(file), 0);
+    EXPECT_GE(engine_.table().Velmora_get_tag_by_i(engine_.handle(), 0), 1);
+    EXPECT_LT(engine_.table().Velmora_get_tag_by_i(engine_.handle(), 1), 0);
+}
+
+} // namespace
