@@ -111,8 +111,11 @@ int switch_dispatch(velmora_handle_t handle, int on) noexcept {
     });
 }
 
-int set_data_param(velmora_handle_t /*handle*/, data_setup_t /*setup*/) noexcept {
-    return not_available("Velmora_set_data_param");
+int set_data_param(velmora_handle_t handle, data_setup_t setup) noexcept {
+    return with_session(handle, failure, [&](Session& session) {
+        session.set_data(setup);
+        return 0;
+    });
 }
 
 int get_action() noexcept {

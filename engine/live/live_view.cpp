@@ -44,7 +44,7 @@ LiveView::LiveView(std::chrono::milliseconds sync_delay, Hooks hooks)
     : hooks_{std::move(hooks)},
       sync_delay_{sync_delay}, sounds_{std::make_shared<SoundQueue>(sound_queue_depth)}, clock_{sync_delay} {
     units_.hand_out_early();
-    units_.set_data_sink([this](const PesPacket& pes) { take_data(pes); });
+    units_.set_data_sink([this](const UnitSorter::DataUnit& unit) { take_data(unit); });
     video_.decode_without_delay();
     pictures_->picture_lasts = false; // what was live is not any more
     pictures_->on_shown = [this](const Picture& picture) { picture_shown(picture); };
@@ -168,13 +168,13 @@ void LiveView::keep(const QueuedVideo& video) {
     }
 }
 
-void LiveView::take_data(const PesPacket& pes) {
+void LiveView::take_data(const UnitSorter::DataUnit& unit) {
     {
         const std::lock_guard lock{mutex_};
-        data_meter_.add(pes.payload().size(), SteadyClock::now());
+        data_meter_.add(unit.bytes.size(), SteadyClock::now());
     }
     if (hooks_.on_data) {
-        hooks_.on_data(pes);
+        hooks_.on_data(unit);
     }
 }
 

@@ -33,7 +33,7 @@ public:
     struct Hooks {
         std::function<void()> clock_changed; ///< what is due has changed
         std::function<void()> discard_sound; ///< sound handed out so far must not be heard any more
-        UnitSorter::DataSink on_data;        ///< a PES packet of the data stream came
+        UnitSorter::DataSink on_data;        ///< an access unit of the data stream came
     };
 
     /// @param sync_delay by which everything is shown later than it could be
@@ -83,7 +83,7 @@ private:
     void note_pictures(SteadyTime ready);
     void note_sound(const SoundFrame& sound, SteadyTime ready);
     void set_sound_clock();
-    void take_data(const PesPacket& pes);
+    void take_data(const UnitSorter::DataUnit& unit);
     void update_facts();
     void picture_shown(const Picture& picture);
     void wake();

@@ -61,6 +61,8 @@ void FilePlayer::open() {
     points_ = std::make_unique<AccessPointFinder>(source_, index_);
     forward_ = std::make_unique<ForwardRun>(source_, *points_, make_outlet(), setup_.latin1_path,
                                             [index = index_] { return index->extent().growing; });
+    forward_->set_data_sink(
+        [this](const UnitSorter::DataUnit& unit) { data_.put(unit.position, unit.bytes); });
     auto tags = std::make_unique<TagList>(source_->path());
     const std::lock_guard lock{mutex_};
     tags_ = std::move(tags);
@@ -214,16 +216,24 @@ void FilePlayer::run(const std::stop_token& stop) {
 }
 
 void FilePlayer::wait_for_work(const std::stop_token& stop) {
+    const auto data_due = hand_out_data();
     const auto end = other_ ? std::nullopt : forward_->limit();
     std::unique_lock lock{mutex_};
     const auto is_woken = [this] { return std::exchange(woken_, false); };
     const SteadyTime end_due =
         end && rest_ == Rest::none ? pictures_->clock.snapshot().due(*end) : SteadyTime::max();
-    if (end_due == SteadyTime::max()) {
+    const SteadyTime next_due = std::min(end_due, data_due.value_or(SteadyTime::max()));
+    if (next_due == SteadyTime::max()) {
         changed_.wait(lock, stop, is_woken);
     } else {
-        changed_.wait_until(lock, stop, end_due, is_woken);
+        changed_.wait_until(lock, stop, next_due, is_woken);
     }
+}
+
+/// @return when there is more to hand out
+std::optional<SteadyTime> FilePlayer::hand_out_data() {
+    return other_ ? std::nullopt
+                  : data_.hand_out(pictures_->clock.snapshot(), SteadyClock::now(), hooks_.on_data);
 }
 
 /// @return false while a wanted position is not known yet
@@ -296,6 +306,7 @@ std::optional<Position> FilePlayer::target_of(Position wanted) const {
 /// From here the forward run shows the picture at `target` and goes on.
 void FilePlayer::begin_forward(const DecodingStart& start, Position target) {
     other_.reset();
+    data_.restart(target);
     {
         const std::lock_guard lock{mutex_};
         ++pictures_->generation;

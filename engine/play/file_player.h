@@ -6,6 +6,7 @@
 #include "index/access_point_finder.h"
 #include "index/index_scanner.h"
 #include "media/timeline.h"
+#include "play/due_data.h"
 #include "play/forward_run.h"
 #include "play/play_run.h"
 #include "play/playback_board.h"
@@ -17,6 +18,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <stop_token>
 #include <string>
 #include <thread>
@@ -39,6 +41,7 @@ public:
     struct Hooks {
         std::function<void()> clock_changed; ///< what is due has changed
         std::function<void()> discard_sound; ///< sound handed out so far must not be heard any more
+        std::function<void(std::span<const std::uint8_t>)> on_data; ///< an access unit of data is due
     };
 
     FilePlayer(Setup setup, Hooks hooks);
@@ -95,6 +98,7 @@ private:
     void check_limit();
     void rest(Rest rest, Position at);
     void update_facts();
+    std::optional<SteadyTime> hand_out_data();
     void set_readiness(Readiness readiness);
     void picture_shown(const Picture& picture);
     void sound_begins(Position position);
@@ -112,9 +116,10 @@ private:
     std::unique_ptr<AccessPointFinder> points_;
     std::unique_ptr<ForwardRun> forward_;
     std::unique_ptr<PlayRun> other_; ///< runs instead of forward_
-    Tempo followed_;                 ///< the tempo that the active run knows of
-    Position resting_extent_{};      ///< the last picture known when playing came to rest
-    bool is_finishing_{false};       ///< the last picture is brought up after the key pictures
+    DueData data_;
+    Tempo followed_;            ///< the tempo that the active run knows of
+    Position resting_extent_{}; ///< the last picture known when playing came to rest
+    bool is_finishing_{false};  ///< the last picture is brought up after the key pictures
 
     mutable std::mutex mutex_;
     std::condition_variable_any changed_;

@@ -13,6 +13,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace velmora {
 
@@ -40,6 +41,8 @@ public:
 
     /// The last picture offered that the end of the file cannot have cut.
     std::optional<Position> last_certain() const { return last_certain_; }
+    /// Receives the data beside what is played, ahead of its time.
+    void set_data_sink(UnitSorter::DataSink sink) { feed_.units().set_data_sink(std::move(sink)); }
     /// Plays sound without pictures.
     bool sound_only() const;
     const StreamFeed& feed() const { return feed_; }

@@ -140,7 +140,9 @@ bool Session::start_playback() {
         FilePlayer::Setup file{text_of(setup.file_name, sizeof setup.file_name), playback_tempo_,
                                setup.is_trick_mode != 0 ? SidecarUse::kept : SidecarUse::none};
         player = std::make_shared<FilePlayer>(
-            std::move(file), FilePlayer::Hooks{[this] { presenter_.wake(); }, [this] { audio_.discard(); }});
+            std::move(file),
+            FilePlayer::Hooks{[this] { presenter_.wake(); }, [this] { audio_.discard(); },
+                              [this](std::span<const std::uint8_t> unit) { data_.put(unit); }});
         previous = std::exchange(player_, player);
         display_owner_ = PLAYBACK_APP;
     }

@@ -1,6 +1,7 @@
 // One engine session: everything that runs between open and close.
 #pragma once
 
+#include "data/data_outlet.h"
 #include "live/live_channel.h"
 #include "play/file_player.h"
 #include "present/audio_out.h"
@@ -28,6 +29,8 @@ public:
     void set_playback(const playback_setup_t& setup);
     void set_streaming(const streaming_setup_t& setup) { live_.set_streaming(setup); }
     void set_recording(const record_setup_t& setup) { live_.set_recording(setup); }
+    /// From now on, of what is viewed and of what is played.
+    void set_data(const data_setup_t& setup) { data_.set(setup); }
     /// @param mask of 1 << ACTION_BIT
     /// @return 0 when started: of live view or playback together with others, when the first one was
     int start(int mask);
@@ -54,11 +57,12 @@ private:
     void give_display();
     void give_display_to(int owner);
 
+    DataOutlet data_;
     Presenter presenter_;
     AudioOut audio_;
     LiveChannel live_{{.clock_changed = [this] { presenter_.wake(); },
                        .discard_sound = [this] { audio_.discard(); },
-                       .on_data = {}}};
+                       .on_data = [this](const UnitSorter::DataUnit& unit) { data_.put(unit.bytes); }}};
 
     mutable std::mutex mutex_; ///< held for moments only, never while media work is done
     // Protected by mutex_:

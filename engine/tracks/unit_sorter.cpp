@@ -79,10 +79,7 @@ void UnitSorter::take_pes(DemuxedPes& event) {
         meter_.add(mapped->decode, event.pes.offset);
     }
     if (event.kind == StreamKind::data) {
-        ++data_units_;
-        if (data_sink_) {
-            data_sink_(event.pes);
-        }
+        take_data(event.pes);
         return;
     }
     waiting_bytes_ += event.pes.bytes.size();
@@ -104,6 +101,23 @@ void UnitSorter::take_pes(DemuxedPes& event) {
     }
     sound_expected_ = sound.position ? sound.position : sound_expected_;
     sound_.push_back(std::move(sound));
+}
+
+void UnitSorter::take_data(const PesPacket& pes) {
+    std::optional<Position> position;
+    const auto& beside = timeline_.anchor();
+    if (pes.header.pts) {
+        position = timeline_.map_other(*pes.header.pts, std::nullopt);
+    }
+    if (!position && beside) {
+        position = beside->position;
+    }
+    data_.feed(pes, [&](std::span<const std::uint8_t> unit) {
+        ++data_units_;
+        if (data_sink_) {
+            data_sink_({unit, position.value_or(Position{})});
+        }
+    });
 }
 
 } // namespace velmora

@@ -3,6 +3,7 @@
 
 #include "tracks/media_units.h"
 #include "tracks/stream_meter.h"
+#include "ts/data_units.h"
 #include "ts/demuxer.h"
 #include "ts/stream_timeline.h"
 
@@ -11,6 +12,7 @@
 #include <deque>
 #include <functional>
 #include <optional>
+#include <span>
 
 namespace velmora {
 
@@ -18,8 +20,12 @@ namespace velmora {
 /// far apart. Not thread-safe.
 class UnitSorter {
 public:
-    /// Receives each PES packet of the data stream.
-    using DataSink = std::function<void(const PesPacket&)>;
+    /// An access unit of the data stream.
+    struct DataUnit {
+        std::span<const std::uint8_t> bytes; ///< valid during the call
+        Position position;                   ///< its own, or that of the pictures beside it
+    };
+    using DataSink = std::function<void(const DataUnit&)>;
 
     /// Hands units out as soon as they seem complete, for a stream that is live.
     void hand_out_early() { demuxer_.hand_out_early(); }
@@ -46,12 +52,13 @@ public:
     /// Measures of what was fed last.
     const StreamMeter& meter() const { return meter_; }
     std::uint64_t continuity_errors() const { return demuxer_.continuity_errors(); }
-    /// Units of data seen.
+    /// Access units of data seen.
     std::uint64_t data_units() const { return data_units_; }
 
 private:
     void take_events();
     void take_pes(DemuxedPes& event);
+    void take_data(const PesPacket& pes);
     void take_selection(const StreamSelection& selection);
 
     Demuxer demuxer_;
@@ -65,6 +72,7 @@ private:
     std::optional<Position> sound_expected_;
     std::size_t waiting_bytes_{0};
     std::uint64_t data_units_{0};
+    DataUnits data_;
     DataSink data_sink_;
 };
 

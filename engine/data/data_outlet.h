@@ -1,0 +1,25 @@
+// Where the data of whatever is received or played goes.
+#pragma once
+
+#include "data/data_forwarder.h"
+#include "velmoraapi.h"
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <span>
+
+namespace velmora {
+
+/// One for a session; its targets may change at any time. Thread-safe.
+class DataOutlet {
+public:
+    void set(const data_setup_t& setup);
+    void put(std::span<const std::uint8_t> unit);
+
+private:
+    std::mutex mutex_;
+    std::shared_ptr<DataForwarder> forwarder_; ///< protected by mutex_
+};
+
+} // namespace velmora

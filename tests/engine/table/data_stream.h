@@ -1,0 +1,21 @@
+// Transport streams with a data PID.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+/// How data travels (MISB ST 1402).
+enum class DataCarriage {
+    synchronous,  ///< stream type 0x15: cells with headers, two units in one PES packet and one unit in two
+    asynchronous, ///< stream type 0x06 with the KLVA registration
+    plain         ///< stream type 0x06 without it
+};
+
+struct DataStream {
+    std::vector<std::uint8_t> stream;             ///< with the data in it
+    std::vector<std::vector<std::uint8_t>> units; ///< what was put in
+};
+
+/// Puts a unit of data behind each picture of a stream: its PMT is extended, packets are inserted.
+/// @param stream packets of 188 bytes with one programme, as ffmpeg makes them
+DataStream with_data(const std::vector<std::uint8_t>& stream, DataCarriage carriage);
