@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -22,19 +23,23 @@ bool write_all(const FileDescriptor& file, std::span<const std::uint8_t> bytes) 
         }
         written += count > 0 ? static_cast<std::size_t>(count) : 0;
     }
-    return ::fsync(file.get()) == 0;
+    return true;
 }
 
 } // namespace
 
-bool replace_file(const std::string& path, std::span<const std::uint8_t> bytes) {
-    const std::string part = path + ".part";
+bool replace_file(const std::string& path, std::span<const std::uint8_t> bytes, Durability durability) {
+    // A name of its own: several may replace one file at the same time.
+    std::string part = path + ".XXXXXX";
     constexpr mode_t everybody_may_read = 0644;
     bool is_written = false;
     {
-        const FileDescriptor file{
-            ::open(part.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, everybody_may_read)};
-        is_written = file && write_all(file, bytes);
+        const FileDescriptor file{::mkostemp(part.data(), O_CLOEXEC)};
+        if (!file) {
+            return false;
+        }
+        is_written = ::fchmod(file.get(), everybody_may_read) == 0 && write_all(file, bytes) &&
+                     (durability == Durability::in_time || ::fsync(file.get()) == 0);
     }
     if (is_written && ::rename(part.c_str(), path.c_str()) == 0) {
         return true;

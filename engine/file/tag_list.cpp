@@ -73,12 +73,13 @@ void TagList::save() {
             return;
         }
         unsaved_ = false;
+        load(); // who records the file that is played marks it too
         for (const int second : seconds_) {
             text += std::to_string(second) + '\n';
         }
     }
     const std::span characters{reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
-    if (!replace_file(path_, characters)) {
+    if (!replace_file(path_, characters, Durability::at_once)) {
         log_incident("file", "tags",
                      path_ + " cannot be written: " + std::generic_category().message(errno) +
                          ", the tags stay in memory");

@@ -20,7 +20,8 @@ public:
     void mark(int second);
     /// @return nothing behind the last one
     std::optional<int> at(int index) const;
-    /// Writes what was marked since the last call, if anything; the tags of before survive every failure.
+    /// Adds what was marked since the last call, if anything, to what the file holds; the tags of before
+    /// survive every failure.
     void save();
 
 private:

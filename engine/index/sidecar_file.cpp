@@ -163,7 +163,7 @@ void save_sidecar(const FileSource& source, const AccessPointIndex& index, std::
         encoder.add(point);
     }
     encoder.add(SidecarExtent{covered, extent.end, extent.last_picture});
-    if (!replace_file(path, encoder.take())) {
+    if (!replace_file(path, encoder.take(), Durability::in_time)) {
         log_incident("index", "sidecar",
                      path + " cannot be written: " + error_text(errno) + ", the file is scanned every time");
     }
