@@ -17,9 +17,8 @@ void StreamBacklog::feed(const SharedBlock& block) {
     bytes_ += block->bytes.size();
     const std::span<const std::uint8_t> bytes{block->bytes};
     for (std::size_t at = 0; at + ts_packet_size <= bytes.size(); at += ts_packet_size) {
-        const auto packet_bytes = bytes.subspan(at).first<ts_packet_size>();
-        if (const auto packet = parse_ts_packet(packet_bytes, received_ + at)) {
-            tables_.feed(packet_bytes, *packet);
+        if (const auto packet = parse_ts_packet(bytes.subspan(at).first<ts_packet_size>(), received_ + at)) {
+            tables_.feed(*packet);
             collector_.feed(*packet);
         }
     }

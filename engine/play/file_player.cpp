@@ -136,6 +136,17 @@ std::optional<int> FilePlayer::tag(int index) const {
     return tags_ ? tags_->at(index) : std::nullopt;
 }
 
+bool FilePlayer::is_ready() const {
+    const std::lock_guard lock{mutex_};
+    return readiness_ == Readiness::ready;
+}
+
+PlayProgress FilePlayer::progress() const {
+    const std::lock_guard lock{mutex_};
+    const bool is_plain = run_begun_ && run_rate_ == 1.0 && tempo_.rate() == 1.0 && rest_ != Rest::at_start;
+    return {is_plain, rest_ == Rest::at_end, pictures_->generation.load(), last_shown_.value_or(Position{})};
+}
+
 void FilePlayer::report(velmora_info_t& info) const {
     const Position position = pictures_->clock.snapshot().position(SteadyClock::now());
     const IndexExtent extent = index_->extent();

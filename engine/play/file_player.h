@@ -8,6 +8,7 @@
 #include "media/timeline.h"
 #include "play/due_data.h"
 #include "play/forward_run.h"
+#include "play/play_progress.h"
 #include "play/play_run.h"
 #include "play/playback_board.h"
 #include "play/tempo.h"
@@ -66,6 +67,14 @@ public:
     void mark();
     /// The marked second of this number, in order.
     std::optional<int> tag(int index) const;
+
+    /// The file is open and something can be shown or heard; any thread.
+    bool is_ready() const;
+    /// What a sender of the file needs to follow; any thread.
+    PlayProgress progress() const;
+    /// The opened file and what is known of it; once it is ready.
+    const std::shared_ptr<const FileSource>& source() const { return source_; }
+    const std::shared_ptr<AccessPointIndex>& index() const { return index_; }
 
     /// Fills the parts of `info` that belong to file playback; never waits for the player.
     void report(velmora_info_t& info) const;

@@ -12,9 +12,12 @@ namespace velmora {
 namespace {
 
 constexpr int playback_mask = 1 << PLAYBACK_BIT;
+constexpr int stream_out_mask = 1 << PLAYBACK_STREAMING_BIT;
 constexpr int streaming_mask = 1 << STREAMING_BIT;
 constexpr int record_mask = 1 << RECORD_BIT;
-constexpr int every_mask = playback_mask | streaming_mask | record_mask;
+constexpr int every_mask = playback_mask | stream_out_mask | streaming_mask | record_mask;
+
+constexpr int highest_port = 65'535;
 
 std::string text_of(const char* field, std::size_t size) {
     return {field, ::strnlen(field, size)};
@@ -67,6 +70,7 @@ int Session::start(int mask) {
     };
     run(streaming_mask, [this] { return start_view(); });
     run(playback_mask, [this] { return start_playback(); });
+    run(stream_out_mask, [this] { return start_stream_out(); });
     run(record_mask, [this] { return live_.start_recording(); });
     return is_started.value_or(false) ? 0 : -1;
 }
@@ -146,6 +150,7 @@ bool Session::start_playback() {
         previous = std::exchange(player_, player);
         display_owner_ = PLAYBACK_APP;
     }
+    stop_stream_out();
     stop_playback(previous);
     player->pictures()->pictures.set_on_item([this] { presenter_.wake(); });
     bool is_ready = false;
@@ -178,6 +183,45 @@ bool Session::start_playback() {
     return false;
 }
 
+bool Session::start_stream_out() {
+    stop_stream_out();
+    DatagramTarget target;
+    std::shared_ptr<FilePlayer> player;
+    {
+        const std::lock_guard lock{mutex_};
+        player = player_;
+        if (playback_setup_) {
+            target.ip = static_cast<std::uint32_t>(playback_setup_->ip);
+            const bool is_port = playback_setup_->port > 0 && playback_setup_->port <= highest_port;
+            target.port = is_port ? static_cast<std::uint16_t>(playback_setup_->port) : std::uint16_t{0};
+            target.by_rtp = playback_setup_->protocol == Protocol_RTPUDP;
+        }
+    }
+    if (!player || !player->is_ready() || target.ip == 0 || target.port == 0) {
+        log_incident("out", "start",
+                     "there is no file that plays or no address to send it to, nothing is sent");
+        return false;
+    }
+    std::shared_ptr<StreamOut> stream_out;
+    try {
+        stream_out = std::make_shared<StreamOut>(
+            StreamOut::Source{player->source(), player->index(), [player] { return player->progress(); }},
+            target);
+    } catch (const std::exception& error) {
+        log_incident("out", "start", std::string{error.what()} + ", nothing is sent");
+        return false;
+    }
+    const std::lock_guard lock{mutex_};
+    stream_out_.swap(stream_out);
+    return true;
+}
+
+void Session::stop_stream_out() {
+    std::shared_ptr<StreamOut> stream_out;
+    const std::lock_guard lock{mutex_};
+    stream_out_.swap(stream_out);
+}
+
 void Session::stop_playback(const std::shared_ptr<FilePlayer>& player) {
     if (player) {
         presenter_.detach(*player->pictures());
@@ -204,6 +248,9 @@ void Session::stop(int mask) {
     }
     if ((mask & streaming_mask) != 0) {
         stop_view();
+    }
+    if ((mask & (stream_out_mask | playback_mask)) != 0) {
+        stop_stream_out();
     }
     if ((mask & playback_mask) != 0) {
         std::shared_ptr<FilePlayer> player;
@@ -286,6 +333,11 @@ void Session::report(velmora_info_t& info, bool reset) {
     {
         const std::lock_guard lock{mutex_};
         info.active_app = display_owner_;
+        if (stream_out_) {
+            info.action_bit |= stream_out_mask;
+            info.pb_stream_info.protocol = playback_setup_->protocol;
+            info.pb_stream_info.frame_count = static_cast<std::int32_t>(stream_out_->pictures());
+        }
     }
     if (player) {
         info.action_bit |= playback_mask;

@@ -3,6 +3,7 @@
 
 #include "data/data_outlet.h"
 #include "live/live_channel.h"
+#include "out/stream_out.h"
 #include "play/file_player.h"
 #include "present/audio_out.h"
 #include "present/presenter.h"
@@ -49,6 +50,8 @@ public:
 private:
     bool start_playback();
     void stop_playback(const std::shared_ptr<FilePlayer>& player);
+    bool start_stream_out();
+    void stop_stream_out();
     bool start_view();
     void stop_view();
     bool refuse_in_callback(const char* operation) const;
@@ -68,7 +71,8 @@ private:
     // Protected by mutex_:
     std::shared_ptr<FilePlayer> player_;
     std::optional<playback_setup_t> playback_setup_;
-    Tempo playback_tempo_; ///< wanted, also while the file has lost the display
+    std::shared_ptr<StreamOut> stream_out_; ///< of player_
+    Tempo playback_tempo_;                  ///< wanted, also while the file has lost the display
     int display_owner_{STREAMING_APP};
     bool closed_{false};
 };

@@ -24,6 +24,9 @@ void Demuxer::feed(const TsPacket& packet) {
         ++continuity_errors_;
     }
     discontinuity_indicated_ = discontinuity_indicated_ || packet.discontinuity;
+    if (packet.discontinuity && !packet.has_payload) {
+        track->assembler.restart(); // the unit in progress will not be completed
+    }
     if (packet.payload.empty() || packet.scrambled) {
         return;
     }

@@ -23,7 +23,7 @@ std::size_t size_to_section_end(std::span<const std::uint8_t> payload) {
 
 } // namespace
 
-void TablePackets::feed(TsPacketBytes bytes, const TsPacket& packet) {
+void TablePackets::feed(const TsPacket& packet) {
     tables_.feed(packet);
     if (!tables_.carries_tables(packet.pid) || packet.payload.empty()) {
         return;
@@ -36,7 +36,7 @@ void TablePackets::feed(TsPacketBytes bytes, const TsPacket& packet) {
     if (table.missing == 0) {
         return;
     }
-    table.in_progress.insert(table.in_progress.end(), bytes.begin(), bytes.end());
+    table.in_progress.insert(table.in_progress.end(), packet.bytes.begin(), packet.bytes.end());
     table.missing -= std::min(table.missing, packet.payload.size());
     if (table.missing == 0) {
         table.whole.swap(table.in_progress);

@@ -13,9 +13,7 @@ namespace velmora {
 /// Keeps the latest whole PAT and PMTs as the packets that they came in (ISO/IEC 13818-1, 2.4.4).
 class TablePackets {
 public:
-    /// @param bytes the packet
-    /// @param packet its header
-    void feed(TsPacketBytes bytes, const TsPacket& packet);
+    void feed(const TsPacket& packet);
     /// Whole packets: the PAT, then the PMTs; empty while no PAT was seen.
     std::vector<std::uint8_t> bytes() const;
 

@@ -29,6 +29,7 @@ std::optional<TsPacket> parse_ts_packet(TsPacketBytes bytes, std::uint64_t offse
     }
     TsPacket packet;
     packet.offset = offset;
+    packet.bytes = bytes;
     packet.transport_error = (bytes[1] & 0x80U) != 0;
     packet.payload_unit_start = (bytes[1] & 0x40U) != 0;
     packet.pid = static_cast<std::uint16_t>(((bytes[1] & 0x1FU) << 8U) | bytes[2]);

@@ -27,6 +27,7 @@ struct TsPacket {
     bool random_access{false};             ///< random_access_indicator of the adaptation field
     bool stuffed{false};                   ///< the adaptation field is longer than what it tells
     std::span<const std::uint8_t> payload; ///< into the parsed bytes; empty without payload
+    std::span<const std::uint8_t> bytes;   ///< the parsed bytes, all of them
 };
 
 /// Reads the header of a packet.

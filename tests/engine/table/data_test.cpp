@@ -1,21 +1,15 @@
 // Data streams through the engine's table: forwarded to a file and to an address, live and played.
 #include "data_stream.h"
+#include "datagram_collector.h"
 #include "live_under_test.h"
 #include "scratch_files.h"
 
 #include <gtest/gtest.h>
 
-#include <arpa/inet.h>
-#include <cerrno>
 #include <chrono>
 #include <fstream>
 #include <iterator>
 #include <netinet/in.h>
-#include <numeric>
-#include <poll.h>
-#include <stdexcept>
-#include <sys/socket.h>
-#include <unistd.h>
 
 namespace {
 
@@ -36,43 +30,6 @@ std::vector<std::uint8_t> short_stream() {
     recipe.duration = 2;
     return stream_bytes(recipe);
 }
-
-/// Receives datagrams on a port of the loopback.
-class DatagramCollector {
-public:
-    DatagramCollector() : socket_{::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)} {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        address.sin_port = htons(port_);
-        if (::bind(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-            throw std::runtime_error{"no port to collect on"};
-        }
-    }
-    ~DatagramCollector() { ::close(socket_); }
-    DatagramCollector(const DatagramCollector&) = delete;
-    DatagramCollector& operator=(const DatagramCollector&) = delete;
-
-    std::uint16_t port() const { return port_; }
-
-    /// Waits for so many datagrams; fewer when none comes for five seconds.
-    Units take(std::size_t count) const {
-        Units datagrams;
-        std::vector<std::uint8_t> buffer(65'536);
-        pollfd readable{socket_, POLLIN, 0};
-        while (datagrams.size() < count && ::poll(&readable, 1, 5000) > 0) {
-            const ssize_t size = ::recv(socket_, buffer.data(), buffer.size(), 0);
-            if (size >= 0) {
-                datagrams.emplace_back(buffer.begin(), buffer.begin() + size);
-            }
-        }
-        return datagrams;
-    }
-
-private:
-    std::uint16_t port_{free_udp_port()};
-    int socket_;
-};
 
 class DataForwarding : public testing::TestWithParam<DataCarriage> {
 protected:
