@@ -45,8 +45,8 @@ const std::vector<Row>& rows() {
         {Quantity::first_picture, "first picture after exec, 40 MB, ms", "%.0f"},
         {Quantity::first_picture_of_large_file, "first picture after exec, 4 GB, ms", "%.0f"},
         {Quantity::growth_of_first_picture, "  4 GB to 40 MB", "%.2f", {at_most, 1.5}},
-        {Quantity::opening, "opening in the running player, 40 MB, ms", "%.0f"},
-        {Quantity::opening_of_large_file, "opening in the running player, 4 GB, ms", "%.0f"},
+        {Quantity::opening, "in the running player, 40 MB, ms", "%.0f"},
+        {Quantity::opening_of_large_file, "in the running player, 4 GB, ms", "%.0f"},
         {Quantity::growth_of_opening, "  4 GB to 40 MB", "%.2f", {at_most, 1.5}},
     };
     return all;
