@@ -30,8 +30,8 @@ public:
 
 private:
     struct Stream {
-        Ticks offset; ///< of the axis
-        Ticks last_time;
+        Ticks offset{0}; ///< of the axis
+        Ticks last_time{0};
         SteadyTime last_arrival;
     };
 

@@ -10,8 +10,8 @@
 
 namespace velmora {
 
-/// Sends over UDP, seven packets a datagram at most. What the network does not take at once is left out with a line:
-/// nobody waits for a receiver, and one that is not there does no harm.
+/// Sends over UDP, seven packets a datagram at most. What the network does not take at once is left out with
+/// a line: nobody waits for a receiver, and one that is not there does no harm.
 class Retransmitter {
 public:
     /// @param address IPv4 in host byte order, of a host or a group

@@ -64,7 +64,7 @@ TEST(DatagramUnpacker, LeavesOutParity) {
     }
     EXPECT_EQ(unpack(with_parity), packets);
     EXPECT_EQ(unpack(rtp_header(5) + with_parity), packets);
-    with_parity.resize(with_parity.size() - 16);
+    with_parity.erase(with_parity.end() - 16, with_parity.end());
     EXPECT_EQ(unpack(with_parity), packets) << "behind the last packet it is missing";
 }
 

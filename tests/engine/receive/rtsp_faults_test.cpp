@@ -17,6 +17,7 @@ namespace velmora {
 namespace {
 
 using namespace std::chrono_literals;
+using namespace std::string_literals;
 using test::Collector;
 using test::eventually;
 using test::FakeRtspServer;
@@ -145,8 +146,8 @@ INSTANTIATE_TEST_SUITE_P(
                       return play_silently(request);
                   }
                   // 14 bytes of RTP on channel 0: one part of a picture.
-                  constexpr std::string_view packet{"$\0\0\x0E\x80\x60\0\x01\0\0\0\0\0\0\0\x01\x41\x9A", 18};
-                  return rtsp_answer(request, "200 OK", "Session: 1\r\n") + std::string{packet};
+                  const std::string packet = "$\0\0\x0E\x80\x60\0\x01\0\0\0\0\0\0\0\x01\x41\x9A"s;
+                  return rtsp_answer(request, "200 OK", "Session: 1\r\n") + packet;
               }},
         Fault{"InterleavedGarbage",
               [](const std::string& request) -> std::optional<std::string> {
@@ -154,8 +155,7 @@ INSTANTIATE_TEST_SUITE_P(
                       return play_silently(request);
                   }
                   // Channels nobody asked for, lengths beyond what follows.
-                  return rtsp_answer(request, "200 OK", "Session: 1\r\n") +
-                         std::string("$\x09\x00\x02xy$\x00\xFF\xFFz", 14);
+                  return rtsp_answer(request, "200 OK", "Session: 1\r\n") + "$\x09\x00\x02xy$\x00\xFF\xFFz"s;
               }}),
     [](const auto& all) { return all.param.name; });
 
