@@ -40,6 +40,9 @@ void LiveChannel::set_streaming(const streaming_setup_t& setup) {
     streaming.receiver.rtsp_url = text_of(setup.rtsp_url);
     streaming.receiver.rtsp_session = text_of(setup.rtsp_sdp);
     streaming.receiver.rtsp_port = port_of(setup.rtsp_port);
+    if (setup.dst_ip != 0 && port_of(setup.dst_port) != 0) {
+        streaming.retransmission = Streaming::Address{setup.dst_ip, port_of(setup.dst_port)};
+    }
     streaming.sync_delay = std::clamp(std::chrono::milliseconds{setup.sync_delay_ms},
                                       std::chrono::milliseconds{0}, longest_sync_delay);
     const std::lock_guard lock{mutex_};
@@ -70,14 +73,20 @@ std::shared_ptr<Reception> LiveChannel::open_reception() {
         log_incident("live", "start", "there is no source to receive from, nothing started");
         return nullptr;
     }
-    std::shared_ptr<Reception> reception;
     try {
-        reception = std::make_shared<Reception>(streaming->receiver);
+        auto reception = std::make_shared<Reception>(streaming->receiver);
+        if (const auto& target = streaming->retransmission) {
+            auto retransmitter = std::make_shared<Retransmitter>(target->ip, target->port);
+            reception->subscribe(
+                Reception::Subscriber::retransmission,
+                [retransmitter](const SharedBlock& block) { retransmitter->send(*block); },
+                Reception::From::now);
+        }
+        return reception;
     } catch (const ReceptionError& error) {
         log_incident("live", "start", std::string{error.what()} + ", nothing started");
         return nullptr;
     }
-    return reception;
 }
 
 std::shared_ptr<LiveView> LiveChannel::start_view() {

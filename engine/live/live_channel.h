@@ -3,6 +3,7 @@
 
 #include "live/live_view.h"
 #include "live/reception.h"
+#include "receive/retransmitter.h"
 #include "record/recorder.h"
 #include "velmoraapi.h"
 
@@ -46,8 +47,14 @@ public:
 
 private:
     struct Streaming {
+        struct Address {
+            std::uint32_t ip{0}; ///< IPv4 in host byte order
+            std::uint16_t port{0};
+        };
+
         ReceiverSetup receiver;
         std::chrono::milliseconds sync_delay{0};
+        std::optional<Address> retransmission;
     };
 
     std::shared_ptr<Reception> open_reception();

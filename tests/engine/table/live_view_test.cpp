@@ -158,4 +158,19 @@ TEST_F(LiveView, TheDisplayComesBackWithThePictureThatIsLiveNow) {
     EXPECT_LT(numbers(engine_).back(), 1000U);
 }
 
+TEST_F(LiveView, WhatIsReceivedIsSentOnWhereAsked) {
+    EngineUnderTest other{library_};
+    const std::uint16_t second_port = free_udp_port();
+    streaming_setup_t setup = live_setup(port_);
+    setup.dst_ip = 0x7F000001U;
+    setup.dst_port = second_port;
+    ASSERT_EQ(view(other, live_setup(second_port)), 0);
+    ASSERT_EQ(view(engine_, setup), 0);
+    SendRecipe recipe = to_port();
+    recipe.loops = true;
+    const StreamSender sender{stream_bytes(small_live_stream()), recipe};
+    EXPECT_TRUE(other.wait_for_pictures(25));
+    EXPECT_EQ(other.info().get_strm_info.inp_dec_error, 0);
+}
+
 } // namespace
