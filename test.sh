@@ -40,7 +40,7 @@ build asan
 # Tests on a display drive whole processes and what the desktop loads into them.
 run_tests asan --label-exclude 'end_to_end|display'
 
-build tsan engine_audio_tests engine_blocks_tests engine_record_tests engine_table_tests engine_unit_tests
+build tsan engine_audio_tests engine_blocks_tests engine_receive_tests engine_record_tests engine_table_tests engine_unit_tests
 run_tests tsan --label-regex engine
 
 echo "all tests passed"

@@ -1,5 +1,6 @@
 #include "receive/host_lookup.h"
 
+#include <arpa/inet.h>
 #include <array>
 #include <chrono>
 #include <cstring>
@@ -39,6 +40,9 @@ struct Lookup {
 } // namespace
 
 std::optional<std::uint32_t> look_up_host(const std::string& host, const std::function<bool()>& is_over) {
+    if (in_addr number{}; ::inet_pton(AF_INET, host.c_str(), &number) == 1) {
+        return ntohl(number.s_addr);
+    }
     auto lookup = std::make_unique<Lookup>(host);
     std::array<gaicb*, 1> requests{&lookup->request};
     if (::getaddrinfo_a(GAI_NOWAIT, requests.data(), 1, nullptr) != 0) {
