@@ -189,7 +189,10 @@ void FilePlayer::picture_shown(const Picture& picture) {
             run_begun_ = true;
         }
         last_shown_ = picture.position;
-        shown_bytes_ = picture.whole_size ? shown_bytes_ : bytes_of(*picture.frame);
+        if (!picture.whole_size) {
+            shown_bytes_ = bytes_of(*picture.frame);
+            shown_size_ = square_pixel_size(*picture.frame);
+        }
         woken_ = true;
     }
     board_.update([&](PlaybackFacts& facts, StreamCounters& counters) {
@@ -410,6 +413,18 @@ void FilePlayer::turn(Position from, const Tempo& tempo) {
     run_rate_ = tempo.rate();
 }
 
+/// What a picture takes that is kept for the screen; 0 when nothing was shown yet. Under mutex_.
+std::size_t FilePlayer::held_bytes() const {
+    const PictureSize display = pictures_->display.load();
+    if (shown_bytes_ == 0 || display == PictureSize{} || shown_size_ == PictureSize{}) {
+        return shown_bytes_;
+    }
+    const PictureSize held = delivered_size(shown_size_, display);
+    constexpr std::size_t bytes_per_two_pixels = 3; // 4:2:0 of 8 bits
+    const auto pixels = static_cast<std::size_t>(held.width) * static_cast<std::size_t>(held.height);
+    return std::min(shown_bytes_, pixels * bytes_per_two_pixels / 2);
+}
+
 void FilePlayer::begin_other(Position from, const Tempo& tempo) {
     std::size_t picture_bytes = 0;
     {
@@ -418,7 +433,7 @@ void FilePlayer::begin_other(Position from, const Tempo& tempo) {
         pictures_->clock.anchor(from, 0.0, SteadyClock::now());
         run_begun_ = false;
         rest_ = Rest::none;
-        picture_bytes = shown_bytes_;
+        picture_bytes = held_bytes();
     }
     board_.update([](PlaybackFacts& facts, StreamCounters&) {
         facts.at_end = false;

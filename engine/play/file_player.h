@@ -100,6 +100,7 @@ private:
     void follow_growth();
     void follow_tempo();
     void turn(Position from, const Tempo& tempo);
+    std::size_t held_bytes() const;
     void begin_other(Position from, const Tempo& tempo);
     void set_clock_rate(double rate);
     PlayRun& active() const;
@@ -138,6 +139,7 @@ private:
     Readiness readiness_{Readiness::pending};
     std::optional<Position> last_shown_; ///< since the last jump
     std::size_t shown_bytes_{0};         ///< of the decoded picture shown last
+    PictureSize shown_size_;             ///< of that picture, square pixels
     Tempo tempo_;
     double run_rate_{1.0};  ///< of the active run, when it is not paused
     bool run_begun_{false}; ///< the clock follows the active run

@@ -106,7 +106,7 @@ std::size_t ReverseRun::held() const {
 }
 
 std::size_t ReverseRun::next_size() const {
-    const std::size_t usual = std::clamp<std::size_t>(budget_ * 2 / 5, 4, 50);
+    const std::size_t usual = std::clamp<std::size_t>(budget_ * 2 / 5, 4, 100);
     return windows_begun_ < first_windows.size() ? std::min(first_windows[windows_begun_], usual) : usual;
 }
 
@@ -138,6 +138,7 @@ bool ReverseRun::schedule() {
     }
     window->skip = skip;
     window->expected = size;
+    window->display = outlet_.pictures->display.load();
     next_end_ = window->from;
     ++windows_begun_;
     windows_.push_back(window);

@@ -68,6 +68,7 @@ void WindowDecoder::work_on(DecodedWindow& window, const std::stop_token& stop) 
                 is_finished = true;
                 break;
             }
+            shrinker_.shrink(picture, window.display);
             window.pictures.push_back(std::move(picture));
         }
         video_.ready().clear();

@@ -1,6 +1,7 @@
 // Decodes a stretch of a file on a thread of its own.
 #pragma once
 
+#include "decode/picture_shrinker.h"
 #include "file/file_source.h"
 #include "file/stream_feed.h"
 #include "index/access_point_finder.h"
@@ -24,6 +25,7 @@ struct DecodedWindow {
     Position to;         ///< and in front of here
     AVDiscard skip{AVDISCARD_DEFAULT};
     std::size_t expected{0}; ///< pictures, about
+    PictureSize display;     ///< where they will be shown; nothing: not known
 
     std::atomic<bool> abandoned{false}; ///< set by who asked: nobody waits any more
     std::atomic<bool> done{false};      ///< set by the decoder: `pictures` is complete
@@ -48,8 +50,9 @@ private:
     void work_on(DecodedWindow& window, const std::stop_token& stop);
 
     const std::function<void()> on_done_;
-    StreamFeed feed_;  ///< of the thread
-    VideoTrack video_; ///< of the thread
+    StreamFeed feed_;          ///< of the thread
+    VideoTrack video_;         ///< of the thread
+    PictureShrinker shrinker_; ///< of the thread
     std::atomic<bool> idle_{true};
     std::mutex mutex_;
     std::condition_variable_any changed_;

@@ -34,6 +34,10 @@ struct PictureSource {
     /// The picture shown last is shown again when the display comes back. Set before attaching.
     bool picture_lasts{true};
 
+    /// Where pictures are shown at the moment, once that is known: what waits in numbers may be kept as
+    /// small.
+    std::atomic<PictureSize> display{};
+
     // The presenter's, under its lock; kept here so that they are there when the display comes back:
     std::deque<Picture> ahead; ///< taken from the queue, not due yet
     Picture shown;             ///< last

@@ -34,6 +34,9 @@ void Presenter::set_display_size(PictureSize size) {
         return;
     }
     display_ = size;
+    if (source_) {
+        source_->display = size;
+    }
     redraw_ = true;
     woken_ = true;
     changed_.notify_one();
@@ -45,6 +48,7 @@ void Presenter::attach(std::shared_ptr<PictureSource> source) {
         return;
     }
     source_ = std::move(source);
+    source_->display = display_.value_or(PictureSize{});
     redraw_ = source_->picture_lasts && source_->shown.frame != nullptr;
     woken_ = true;
     changed_.notify_one();

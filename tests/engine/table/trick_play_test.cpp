@@ -93,6 +93,28 @@ protected:
     EngineUnderTest engine_{library_};
 };
 
+TEST_F(TrickPlay, ReverseOnASmallDisplayIsWholeAndSmallAndTurnsRoundWithoutAGap) {
+    library_.extension().Velmora_set_display_size(engine_.handle(), 200, 1000);
+    ASSERT_EQ(engine_.play(make_stream(stream(125, 8))), 0);
+    ASSERT_TRUE(engine_.wait_for_pictures(60));
+    engine_.set_tempo(PLAYER_DIR_PREVWARD, PLAYER_SPD_NORMAL);
+    ASSERT_TRUE(engine_.wait_for_info(is_at_start));
+    const auto pictures = engine_.pictures();
+    for (const ReceivedPicture& picture : pictures) {
+        EXPECT_EQ(picture.width, 200);
+        EXPECT_EQ(picture.height, 150);
+    }
+    EXPECT_EQ(engine_.info().inp_width, 320) << "what the stream has, not what is shown";
+    const auto shown = numbers(pictures);
+    const auto turn = std::ranges::max_element(shown);
+    ASSERT_NE(turn, shown.end());
+    EXPECT_TRUE(std::is_sorted(turn, shown.end(), std::ranges::greater{}));
+    EXPECT_EQ(shown.back(), 0U);
+    ASSERT_GT(std::distance(turn, shown.end()), 5);
+    EXPECT_EQ(*(turn + 1), *turn - 1) << "the first older picture is the one that was shown before";
+    EXPECT_GE(std::distance(turn, shown.end()), static_cast<std::ptrdiff_t>(*turn * 9 / 10));
+}
+
 TEST_F(TrickPlay, FastEndsWithTheLastPicture) {
     ASSERT_EQ(engine_.play(make_stream(stream(50, 20)), PLAYER_SPD_FAST), 0);
     ASSERT_TRUE(engine_.wait_for_info(is_at_end));
