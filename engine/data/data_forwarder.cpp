@@ -30,7 +30,7 @@ FileDescriptor open_file(const std::string& latin1) {
 
 } // namespace
 
-DataForwarder::DataForwarder(const DataTargets& targets) : targets_{targets} {
+DataForwarder::DataForwarder(DataTargets targets) : targets_{std::move(targets)} {
     if (targets_.latin1_file) {
         file_ = open_file(*targets_.latin1_file);
         if (!file_) {

@@ -31,7 +31,7 @@ struct DataTargets {
 /// Owns the thread that writes and sends, so that a slow disk holds up nobody. Units keep their order.
 class DataForwarder {
 public:
-    explicit DataForwarder(const DataTargets& targets);
+    explicit DataForwarder(DataTargets targets);
     /// Writes what waits.
     ~DataForwarder();
     DataForwarder(const DataForwarder&) = delete;

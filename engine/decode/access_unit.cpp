@@ -30,7 +30,7 @@ int most_delimiters(AVCodecID codec) {
 } // namespace
 
 bool is_one_access_unit(AVCodecID codec, std::span<const std::uint8_t> bytes) {
-    auto at = std::ranges::search(bytes, start_code).begin();
+    auto at = std::search(bytes.begin(), bytes.end(), start_code.begin(), start_code.end());
     const auto leading_zeros = at - bytes.begin();
     if (at == bytes.end() || leading_zeros > 1) {
         return false;

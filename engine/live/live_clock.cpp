@@ -51,7 +51,7 @@ void LiveClock::restart() {
 void LiveClock::remember(SteadyTime origin, SteadyTime now) {
     if (count_ == 0 || now - windows_[count_ - 1].begin >= window_length) {
         if (count_ == windows_.size()) {
-            std::ranges::rotate(windows_, windows_.begin() + 1);
+            std::rotate(windows_.begin(), windows_.begin() + 1, windows_.end());
             --count_;
         }
         windows_[count_] = Window{now, origin, origin};

@@ -12,7 +12,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::size_t most_bytes_held = std::size_t{360} << 20U;
-constexpr std::size_t most_pictures_held = 240;
+constexpr std::size_t most_pictures_held = 200;
 constexpr std::size_t assumed_picture_bytes = std::size_t{1920} * 1088 * 3 / 2;
 /// The first windows are small, so that the picture turns round soon; in pictures.
 constexpr std::array<std::size_t, 3> first_windows{6, 12, 25};
