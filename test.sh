@@ -24,7 +24,8 @@ run_tests() {
 }
 
 build dev
-run_tests dev
+# A thousand damaged streams play under AddressSanitizer below, here some of them.
+run_tests dev --exclude-regex 'DamagedStreams.*/([4-9]|1[0-9]|20)$'
 
 scripts/lint.sh
 scripts/tidy.sh build/dev src general engine engine_blocks
@@ -38,9 +39,11 @@ export TSAN_OPTIONS=suppressions=$sanitizers/tsan.supp:halt_on_error=1
 
 build asan
 # Tests on a display drive whole processes and what the desktop loads into them.
-run_tests asan --label-exclude 'end_to_end|display'
+# Paces are for undisturbed builds to keep.
+run_tests asan --label-exclude 'end_to_end|display' --exclude-regex 'TrickPace|PlaybackPace'
 
-build tsan engine_audio_tests engine_blocks_tests engine_receive_tests engine_record_tests engine_table_tests engine_unit_tests
-run_tests tsan --label-regex engine
+build tsan engine_audio_tests engine_blocks_tests engine_live_tests engine_receive_tests engine_record_tests \
+    engine_table_tests engine_unit_tests
+run_tests tsan --label-regex engine --exclude-regex 'TrickPace|PlaybackPace'
 
 echo "all tests passed"
