@@ -9,11 +9,34 @@
 #include <QWindow>
 
 #include <algorithm>
+#include <functional>
 #include <utility>
 
 namespace {
 
 constexpr int poll_interval_ms = 500;
+
+/// Looks at a dialog in the moment it shows, before any of its timers can have run.
+class DialogShown : public QObject {
+public:
+    explicit DialogShown(std::function<void(const QDialog&)> look) : look_{std::move(look)} {
+        qApp->installEventFilter(this);
+    }
+    bool was_taken() const { return taken_; }
+
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        const auto* const dialog = qobject_cast<QDialog*>(watched);
+        if (event->type() == QEvent::Show && dialog != nullptr && !taken_) {
+            taken_ = true;
+            look_(*dialog);
+        }
+        return false;
+    }
+
+private:
+    std::function<void(const QDialog&)> look_;
+    bool taken_{false};
+};
 
 class StatisticTest : public MainWindowTest {
 protected:
@@ -112,13 +135,16 @@ TEST_F(StatisticTest, TextsAreTheSystemsOwn) {
 }
 
 TEST_F(StatisticTest, ValuesAreEmptyUntilTheFirstPollHalfASecondLater) {
-    open_dialog([&] {
+    const DialogShown first_look{[&](const QDialog& shown) {
         for (const char* name :
              {"widthLbl", "heightLbl", "fpsLbl", "bitratLbl", "decErrorLbl", "decFrmLbl", "disFrmLbl",
               "prot_info_lbl", "AudioCodecLeb", "AudioChannelsLeb", "AudioRateLeb", "AudioPaketsLeb"}) {
-            EXPECT_EQ(text(name), "") << name;
+            EXPECT_EQ(shown.findChild<QLabel*>(QLatin1String(name))->text().toStdString(), "") << name;
         }
         EXPECT_TRUE(polls().empty());
+    }};
+    open_dialog([&] {
+        EXPECT_TRUE(first_look.was_taken());
         ASSERT_TRUE(wait_for_polls(1));
         QElapsedTimer elapsed;
         elapsed.start();
