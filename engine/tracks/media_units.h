@@ -21,7 +21,8 @@ struct StreamIdentity {
 struct QueuedVideo {
     StreamIdentity stream;
     VideoUnit unit;
-    bool begins_piece{false}; ///< nothing in front of it is a reference for it
+    bool begins_piece{false}; ///< its time does not go on from what is in front of it
+    bool follows_loss{false}; ///< packets are missing in front of it or in it
 };
 
 struct QueuedSound {

@@ -84,7 +84,8 @@ void UnitSorter::take_pes(DemuxedPes& event) {
     }
     waiting_bytes_ += event.pes.bytes.size();
     if (event.kind == StreamKind::video) {
-        QueuedVideo video{video_stream_, {std::move(event.pes.bytes), header.size, {}, {}}, false};
+        QueuedVideo video{video_stream_, {std::move(event.pes.bytes), header.size, {}, {}}};
+        video.follows_loss = event.pes.discontinuity;
         if (mapped) {
             video.unit.presentation = mapped->presentation;
             video.unit.decode = mapped->decode;

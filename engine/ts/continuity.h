@@ -8,7 +8,12 @@
 
 namespace velmora {
 
-enum class Continuity { in_order, duplicate, broken };
+enum class Continuity {
+    in_order,
+    duplicate,
+    broken,
+    announced ///< broken, as the stream itself announced: no loss
+};
 
 /// Watches the continuity counter of every PID.
 class ContinuityWatch {
@@ -23,8 +28,14 @@ public:
         const bool was_repeated = last != unknown && (last & repeated) != 0;
         const std::uint8_t before = last == unknown ? unknown : last & counter_mask;
         last = packet.continuity_counter;
-        if (before == unknown || packet.discontinuity) {
+        if (before == unknown) {
             return Continuity::in_order;
+        }
+        if (packet.discontinuity) {
+            // With a packet of its own whatever follows is something else; otherwise perhaps the time alone
+            // is.
+            const bool goes_on = packet.has_payload && packet.continuity_counter == ((before + 1U) & 0x0FU);
+            return goes_on ? Continuity::in_order : Continuity::announced;
         }
         if (!packet.has_payload) {
             // The counter stands still for packets without payload.

@@ -27,10 +27,11 @@ void Demuxer::feed(const TsPacket& packet) {
     if (packet.discontinuity && !packet.has_payload) {
         track->assembler.restart(); // the unit in progress will not be completed
     }
+    track->is_broken = track->is_broken || packet.scrambled || continuity != Continuity::in_order;
     if (packet.payload.empty() || packet.scrambled) {
         return;
     }
-    emit(*track, track->assembler.feed(packet, continuity == Continuity::broken));
+    emit(*track, track->assembler.feed(packet, std::exchange(track->is_broken, false)));
 }
 
 std::optional<DemuxEvent> Demuxer::next() {
@@ -66,7 +67,7 @@ void Demuxer::select() {
     const StreamSelection& selection = *chooser_.selection();
     for (const auto& stream : {selection.video, selection.audio, selection.data}) {
         if (stream) {
-            Track& track = tracks_.emplace_back(Track{stream->kind, stream->pid, {}});
+            Track& track = tracks_.emplace_back(Track{stream->kind, stream->pid});
             if (is_early_) {
                 track.assembler.hand_out_early();
             }

@@ -49,7 +49,8 @@ private:
     struct Track {
         StreamKind kind{StreamKind::unknown};
         std::uint16_t pid{0};
-        PesAssembler assembler;
+        PesAssembler assembler{};
+        bool is_broken{false}; ///< something of it is missing in front of what comes next
     };
 
     void select();

@@ -1,6 +1,7 @@
 #include "support/pcr_schedule.h"
 
 #include <cmath>
+#include <map>
 #include <optional>
 
 namespace {
@@ -35,26 +36,45 @@ struct Stretch {
     double seconds_per_packet;
 };
 
+/** A value of the clock and where it stands. */
+struct Mark {
+    std::size_t at; /* packets */
+    ClockValue value;
+};
+
+std::vector<Mark> marks_of(std::span<const std::uint8_t> stream) {
+    std::vector<Mark> marks;
+    for (std::size_t at = 0; at < stream.size() / packet_size; ++at) {
+        if (const auto value = read_pcr(stream.subspan(at * packet_size, packet_size))) {
+            marks.push_back({.at = at, .value = *value});
+        }
+    }
+    return marks;
+}
+
 /** The stretches whose length is known, in order. */
 std::vector<Stretch> stretches_of(std::span<const std::uint8_t> stream) {
+    const std::vector<Mark> marks = marks_of(stream);
+    std::map<unsigned, std::size_t> last_of_pid;
+    for (const Mark& mark : marks) {
+        last_of_pid[mark.value.pid] = mark.at;
+    }
     std::vector<Stretch> stretches;
-    std::optional<ClockValue> last;
-    std::size_t last_at = 0;
-    for (std::size_t at = 0; at < stream.size() / packet_size; ++at) {
-        const auto value = read_pcr(stream.subspan(at * packet_size, packet_size));
-        if (!value || (last && value->pid != last->pid)) {
+    std::optional<Mark> last;
+    for (const Mark& mark : marks) {
+        if (!last || last_of_pid[last->value.pid] < mark.at) {
+            last = mark;
+        }
+        if (mark.value.pid != last->value.pid || mark.at == last->at) {
             continue;
         }
-        if (last) {
-            const std::int64_t passed = (value->ticks - last->ticks + clock_wrap) % clock_wrap;
-            const double seconds = static_cast<double>(passed) / clock_hz;
-            stretches.push_back(
-                {.begin = last_at,
-                 .end = at,
-                 .seconds_per_packet = seconds > 1 ? 0 : seconds / static_cast<double>(at - last_at)});
-        }
-        last = value;
-        last_at = at;
+        const std::int64_t passed = (mark.value.ticks - last->value.ticks + clock_wrap) % clock_wrap;
+        const double seconds = static_cast<double>(passed) / clock_hz;
+        stretches.push_back(
+            {.begin = last->at,
+             .end = mark.at,
+             .seconds_per_packet = seconds > 1 ? 0 : seconds / static_cast<double>(mark.at - last->at)});
+        last = mark;
     }
     return stretches;
 }

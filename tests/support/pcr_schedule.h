@@ -9,8 +9,9 @@
 #include <span>
 #include <vector>
 
-/** One entry a packet and one for the end of the stream, from 0 on. The first PID with a PCR is the clock;
- *  between two values time passes evenly, a jump of more than a second takes no time. */
+/** One entry a packet and one for the end of the stream, from 0 on. The first PID with a PCR is the clock,
+ *  behind its last one the next such PID; between two values time passes evenly, a jump of more than a second
+ *  takes no time. */
 std::vector<std::chrono::nanoseconds> pcr_schedule(std::span<const std::uint8_t> stream);
 
 #endif

@@ -1,40 +1,19 @@
 #include "stream_surgery.h"
 
 #include "mpeg_crc.h"
+#include "packet_edit.h"
 
 #include <algorithm>
 #include <array>
 #include <optional>
 #include <span>
-#include <stdexcept>
 
 namespace {
 
-constexpr std::size_t packet_size = 188;
-constexpr std::size_t header_size = 4;
+using namespace packet_edit;
+
 constexpr std::uint8_t stuffing = 0xFF;
 constexpr unsigned clock_pid = 0x1F0;
-
-using Packet = std::span<std::uint8_t, packet_size>;
-
-bool begins_unit(Packet packet) {
-    return (packet[1] & 0x40U) != 0;
-}
-
-bool has_adaptation(Packet packet) {
-    return (packet[3] & 0x20U) != 0;
-}
-
-std::size_t payload_start(Packet packet) {
-    return has_adaptation(packet) ? header_size + 1U + packet[4] : header_size;
-}
-
-bool has_clock(Packet packet) {
-    return has_adaptation(packet) && packet[4] > 0 && (packet[5] & 0x10U) != 0;
-}
-
-constexpr std::size_t clock_at = 6;
-constexpr std::size_t clock_size = 6;
 
 /// In units of 1/90000 s.
 std::uint64_t clock_of(Packet packet) {
@@ -43,28 +22,6 @@ std::uint64_t clock_of(Packet packet) {
         base = base << 8U | packet[clock_at + i];
     }
     return base >> 7U;
-}
-
-void remove_clock(Packet packet) {
-    packet[5] &= 0xEFU;
-    std::ranges::fill(packet.subspan(clock_at, clock_size), stuffing);
-}
-
-/// Calls `edit` with a copy of each packet, which it may change; what it returns goes in front.
-template <class Edit>
-Bytes edited(const Bytes& stream, const Edit& edit) {
-    Bytes result;
-    for (std::size_t at = 0; at + packet_size <= stream.size(); at += packet_size) {
-        std::array<std::uint8_t, packet_size> packet{};
-        std::copy_n(stream.begin() + static_cast<std::ptrdiff_t>(at), packet_size, packet.begin());
-        const Bytes in_front = edit(Packet{packet});
-        result.insert(result.end(), in_front.begin(), in_front.end());
-        result.insert(result.end(), packet.begin(), packet.end());
-    }
-    if (result == stream) {
-        throw std::logic_error{"nothing to change in the stream"};
-    }
-    return result;
 }
 
 /// Takes `count` bytes out of the payload and makes up for them with stuffing in front of it.
@@ -89,15 +46,11 @@ void shorten_payload(Packet packet, std::size_t from, std::size_t count) {
 
 /// Tells the clock's new place where the packet carries the programme map.
 void move_clock_in_map(Packet packet) {
-    const std::size_t section_at = payload_start(packet) + 1;
-    if (!begins_unit(packet) || section_at + 12 > packet_size || packet[section_at - 1] != 0 ||
-        packet[section_at] != 0x02 || (packet[section_at + 1] & 0xF0U) != 0xB0U) {
-        return;
+    if (const std::size_t map = map_at(packet); map != 0) {
+        packet[map + 8] = 0xE0U | clock_pid >> 8U;
+        packet[map + 9] = clock_pid & 0xFFU;
+        put_mpeg_crc(section_at(packet, map));
     }
-    const std::size_t size = 3U + ((packet[section_at + 1] & 0x0FU) << 8U | packet[section_at + 2]);
-    packet[section_at + 8] = 0xE0U | clock_pid >> 8U;
-    packet[section_at + 9] = clock_pid & 0xFFU;
-    put_mpeg_crc(packet.subspan(section_at, size));
 }
 
 } // namespace

@@ -47,6 +47,15 @@ TEST(Continuity, AnAnnouncedDiscontinuityIsNoLoss) {
     check(watch, 1);
     auto bytes = test::packet(100, 9, false, test::Bytes(20, 0));
     bytes[5] = 0x80;
+    EXPECT_EQ(watch.check(test::parsed(bytes)), Continuity::announced);
+    EXPECT_EQ(check(watch, 10), Continuity::in_order);
+}
+
+TEST(Continuity, AnAnnouncedJumpOfTheTimeAloneBreaksNothing) {
+    ContinuityWatch watch;
+    check(watch, 1);
+    auto bytes = test::packet(100, 2, false, test::Bytes(20, 0));
+    bytes[5] = 0x80;
     EXPECT_EQ(watch.check(test::parsed(bytes)), Continuity::in_order);
 }
 
