@@ -25,17 +25,15 @@ constexpr std::size_t tables_size = 2 * packet_edit::packet_size; ///< PAT and P
 /// What one stream becomes.
 struct Change {
     std::string name;
-    std::function<void(StreamRecipe& first, StreamRecipe& second)> make{
-        friend void PrintTo(const Change& change, std::ostream* out){*out << change.name;
-}
-}; // namespace
-std::function<Bytes(const Bytes& second)> edit{};
-int v_codec{27};
-int a_codec{0x15001}; ///< MPEG sound of any layer
-int width{320};
-bool loses_nothing{false};
-}
-;
+    std::function<void(StreamRecipe& first, StreamRecipe& second)> make{};
+    std::function<Bytes(const Bytes& second)> edit{};
+    int v_codec{27};
+    int a_codec{0x15001}; ///< MPEG sound of any layer
+    int width{320};
+    bool loses_nothing{false};
+
+    friend void PrintTo(const Change& change, std::ostream* out) { *out << change.name; }
+};
 
 Bytes null_packets(std::size_t count) {
     Bytes packets;

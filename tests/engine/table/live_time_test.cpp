@@ -20,13 +20,11 @@ constexpr int pictures_sent = 25 * seconds_sent;
 
 struct TimeFault {
     std::string name;
-    std::function<Bytes(const Bytes&)> edit{
-        friend void PrintTo(const TimeFault& fault, std::ostream* out){*out << fault.name;
-}
-};               // namespace
-double start{0}; ///< time stamp of the start, seconds
-}
-;
+    std::function<Bytes(const Bytes&)> edit{};
+    double start{0}; ///< time stamp of the start, seconds
+
+    friend void PrintTo(const TimeFault& fault, std::ostream* out) { *out << fault.name; }
+};
 
 class LiveTime : public testing::TestWithParam<TimeFault> {};
 
