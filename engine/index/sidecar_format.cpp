@@ -202,7 +202,7 @@ private:
         streams.video = read_stream(reader, StreamKind::video);
         streams.audio = read_stream(reader, StreamKind::audio);
         streams.data = read_stream(reader, StreamKind::data);
-        reader.expect(streams.is_playable());
+        reader.expect(!streams.is_empty());
         return streams;
     }
 

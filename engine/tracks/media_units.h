@@ -21,8 +21,9 @@ struct StreamIdentity {
 struct QueuedVideo {
     StreamIdentity stream;
     VideoUnit unit;
-    bool begins_piece{false}; ///< its time does not go on from what is in front of it
-    bool follows_loss{false}; ///< packets are missing in front of it or in it
+    bool begins_piece{false};     ///< its time does not go on from what is in front of it
+    bool follows_loss{false};     ///< packets are missing in front of it or in it
+    bool lacks_references{false}; ///< what is in front of it could not be read
 };
 
 struct QueuedSound {

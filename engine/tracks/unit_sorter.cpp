@@ -86,6 +86,7 @@ void UnitSorter::take_pes(DemuxedPes& event) {
     if (event.kind == StreamKind::video) {
         QueuedVideo video{video_stream_, {std::move(event.pes.bytes), header.size, {}, {}}};
         video.follows_loss = event.pes.discontinuity;
+        video.lacks_references = event.follows_scrambled;
         if (mapped) {
             video.unit.presentation = mapped->presentation;
             video.unit.decode = mapped->decode;

@@ -58,7 +58,7 @@ bool VideoTrack::wait_for_access_point(const QueuedVideo& queued) {
 void VideoTrack::decode(QueuedVideo queued) {
     // Where nothing is missing a live sender has only set its clock; joined recordings often hide what is.
     const bool is_elsewhere = queued.begins_piece && (queued.follows_loss || !is_live_);
-    if (is_elsewhere && decoder_) {
+    if ((is_elsewhere || queued.lacks_references) && decoder_) {
         finish();
         awaits_access_point_ = true;
     }

@@ -27,8 +27,13 @@ void Demuxer::feed(const TsPacket& packet) {
     if (packet.discontinuity && !packet.has_payload) {
         track->assembler.restart(); // the unit in progress will not be completed
     }
-    track->is_broken = track->is_broken || packet.scrambled || continuity != Continuity::in_order;
-    if (packet.payload.empty() || packet.scrambled) {
+    track->is_broken = track->is_broken || continuity != Continuity::in_order;
+    if (packet.payload.empty()) {
+        return;
+    }
+    if (packet.scrambled) {
+        track->assembler.restart();
+        track->was_scrambled = true;
         return;
     }
     emit(*track, track->assembler.feed(packet, std::exchange(track->is_broken, false)));
@@ -80,7 +85,8 @@ void Demuxer::emit(Track& track, std::optional<PesPacket> pes) {
     if (pes) {
         const bool is_leading = &track == &tracks_.front();
         const bool indicated = is_leading && std::exchange(discontinuity_indicated_, false);
-        events_.emplace_back(DemuxedPes{track.kind, indicated, std::move(*pes)});
+        const bool was_scrambled = std::exchange(track.was_scrambled, false);
+        events_.emplace_back(DemuxedPes{track.kind, indicated, was_scrambled, std::move(*pes)});
     }
 }
 

@@ -22,6 +22,7 @@ struct StreamsChanged {
 struct DemuxedPes {
     StreamKind kind{StreamKind::unknown};
     bool discontinuity_indicated{false}; ///< the stream announced a jump of its time stamps in front of it
+    bool follows_scrambled{false};       ///< what is in front of it could not be read
     PesPacket pes;
 };
 
@@ -50,7 +51,8 @@ private:
         StreamKind kind{StreamKind::unknown};
         std::uint16_t pid{0};
         PesAssembler assembler{};
-        bool is_broken{false}; ///< something of it is missing in front of what comes next
+        bool is_broken{false};     ///< something of it is missing in front of what comes next
+        bool was_scrambled{false}; ///< since the last unit
     };
 
     void select();

@@ -1,5 +1,7 @@
 #include "ts/stream_selection.h"
 
+#include <utility>
+
 namespace velmora {
 
 namespace {
@@ -33,17 +35,24 @@ bool ProgrammeChooser::feed(const TsPacket& packet) {
     if (tables_.feed(packet)) {
         packets_ = 0;
         units_.clear();
+        scrambled_.clear();
         is_confirmed_ = false;
-        return selection_ && follow_tables();
+        with_video_.reset();
+        return (selection_ && follow_tables()) || choose_data();
     }
+    const bool begins_unit = packet.payload_unit_start && !packet.scrambled;
     if (is_confirmed_) {
-        return false;
+        return begins_unit && with_video_ && with_video_->video->pid == packet.pid &&
+               adopt(*std::exchange(with_video_, std::nullopt));
     }
     ++packets_;
-    if (packet.payload_unit_start) {
+    if (packet.scrambled) {
+        scrambled_.insert(packet.pid);
+    }
+    if (begins_unit) {
         ++units_[packet.pid];
     }
-    return (packet.payload_unit_start || packets_ == patience) && choose_among_seen();
+    return (begins_unit || packets_ == patience) && choose_among_seen();
 }
 
 bool ProgrammeChooser::restart(const StreamSelection* selection) {
@@ -77,7 +86,11 @@ bool ProgrammeChooser::choose_among_seen() {
         const int video_units = units_seen(candidate.video);
         const int audio_units = units_seen(candidate.audio);
         if (video_units + audio_units > 0) {
-            if (video_units == 0 && audio_units >= audio_units_without_video) {
+            const bool is_missing =
+                candidate.video && video_units == 0 &&
+                (audio_units >= audio_units_without_video || scrambled_.contains(candidate.video->pid));
+            if (is_missing) {
+                with_video_ = candidate;
                 candidate.video.reset();
             }
             is_confirmed_ = units_seen(candidate.leading()) > 0;
@@ -88,6 +101,24 @@ bool ProgrammeChooser::choose_among_seen() {
         }
     }
     return false;
+}
+
+/// Where no programme of all is playable.
+bool ProgrammeChooser::choose_data() {
+    if (!tables_.complete()) {
+        return false;
+    }
+    std::optional<StreamSelection> first_with_data;
+    for (const Programme& programme : tables_.programmes()) {
+        const StreamSelection candidate = select_streams(programme);
+        if (candidate.is_playable()) {
+            return false;
+        }
+        if (!first_with_data && candidate.data) {
+            first_with_data = candidate;
+        }
+    }
+    return first_with_data && adopt(*first_with_data);
 }
 
 bool ProgrammeChooser::follow_tables() {

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 
 namespace velmora {
 
@@ -18,8 +19,9 @@ struct StreamSelection {
     std::optional<ElementaryStream> data;
 
     bool is_playable() const { return video.has_value() || audio.has_value(); }
-    /// The stream whose units make the timeline.
-    const ElementaryStream& leading() const { return video ? *video : *audio; }
+    bool is_empty() const { return !is_playable() && !data; }
+    /// The stream whose units make the timeline; of what is not empty.
+    const ElementaryStream& leading() const { return video ? *video : audio ? *audio : *data; }
 
     bool operator==(const StreamSelection&) const = default;
 };
@@ -27,7 +29,9 @@ struct StreamSelection {
 /// What of a programme is played.
 StreamSelection select_streams(const Programme& programme);
 
-/// Follows the tables of a stream and settles on the first programme that is playable and really sent.
+/// Follows the tables of a stream and settles on the first programme that is playable and really sent in the
+/// clear, or on the first one with data where none is playable. Video that is not sent is left out until it
+/// is.
 class ProgrammeChooser {
 public:
     /// @return true when the selection changed
@@ -41,13 +45,17 @@ public:
 
 private:
     bool choose_among_seen();
+    bool choose_data();
     bool follow_tables();
     bool adopt(const StreamSelection& selection);
     int units_seen(const std::optional<ElementaryStream>& stream) const;
 
     ProgrammeTables tables_;
-    std::map<std::uint16_t, int> units_; ///< how many units began on each PID
+    std::map<std::uint16_t, int> units_; ///< how many units began on each PID in the clear
+    std::set<std::uint16_t> scrambled_;  ///< PIDs
     std::optional<StreamSelection> selection_;
+    std::optional<StreamSelection>
+        with_video_;           ///< the selected programme as announced, while its video is not sent
     std::uint64_t packets_{0}; ///< since the tables changed
     bool is_confirmed_{false}; ///< units of the selected leading stream were seen
 };

@@ -102,3 +102,51 @@ Bytes with_rare_clock(const Bytes& stream, std::chrono::seconds apart) {
         return Bytes{};
     });
 }
+
+Bytes with_stream_type(const Bytes& stream, unsigned pid, unsigned type) {
+    return edited(stream, [&](Packet packet) {
+        const std::size_t map = map_at(packet);
+        if (map == 0) {
+            return Bytes{};
+        }
+        const auto section = section_at(packet, map);
+        constexpr std::size_t entries_at =
+            12; // behind the descriptors of the programme, of which there are none
+        constexpr std::size_t checksum_size = 4;
+        for (std::size_t at = entries_at; at + 5 <= section.size() - checksum_size;
+             at += 5U + ((section[at + 3] & 0x0FU) << 8U | section[at + 4])) {
+            if (((section[at + 1] & 0x1FU) << 8U | section[at + 2]) == pid) {
+                section[at] = static_cast<std::uint8_t>(type);
+            }
+        }
+        put_mpeg_crc(section);
+        return Bytes{};
+    });
+}
+
+Bytes scrambled(const Bytes& stream, unsigned pid, const Part& part) {
+    double at = 0;
+    return edited(stream, [&](Packet packet) {
+        const double place = at / static_cast<double>(stream.size());
+        at += packet_size;
+        if (pid_of(packet) == pid && part(place)) {
+            packet[3] |= 0x80U;
+            for (std::uint8_t& byte : packet.subspan(std::min(payload_start(packet), packet_size))) {
+                byte ^= 0x5AU;
+            }
+        }
+        return Bytes{};
+    });
+}
+
+Bytes without_packets(const Bytes& stream, unsigned pid, const Part& part) {
+    Bytes result;
+    for (std::size_t at = 0; at + packet_size <= stream.size(); at += packet_size) {
+        const auto packet = std::span{stream}.subspan(at, packet_size);
+        const bool is_of_pid = ((packet[1] & 0x1FU) << 8U | packet[2]) == pid;
+        if (!is_of_pid || !part(static_cast<double>(at) / static_cast<double>(stream.size()))) {
+            result.insert(result.end(), packet.begin(), packet.end());
+        }
+    }
+    return result;
+}

@@ -4,6 +4,7 @@
 #include "scratch_files.h"
 
 #include <chrono>
+#include <functional>
 
 /// The stream without the delimiters between its pictures.
 Bytes without_delimiters(const Bytes& stream);
@@ -13,3 +14,15 @@ Bytes with_clock_apart(const Bytes& stream);
 
 /// The stream with only as many clock references as lie so far apart.
 Bytes with_rare_clock(const Bytes& stream, std::chrono::seconds apart);
+
+/// The stream with another stream_type for a PID in its map.
+Bytes with_stream_type(const Bytes& stream, unsigned pid, unsigned type);
+
+/// Which packets of a PID are meant, by their place in the stream, 0 to 1.
+using Part = std::function<bool(double place)>;
+
+/// The packets of a PID made unreadable and marked as scrambled.
+Bytes scrambled(const Bytes& stream, unsigned pid, const Part& part);
+
+/// The stream without packets of a PID, which the map goes on to name.
+Bytes without_packets(const Bytes& stream, unsigned pid, const Part& part);
