@@ -34,6 +34,7 @@ void StreamBacklog::feed(const SharedBlock& block) {
 
 void StreamBacklog::begin_at(std::uint64_t offset) {
     access_point_ = offset;
+    tables_of_point_ = tables_.bytes();
     has_access_point_ = true;
     while (blocks_.size() > 1 && blocks_[1].offset <= offset) {
         drop_front();
@@ -52,7 +53,7 @@ std::vector<SharedBlock> StreamBacklog::from_access_point() const {
     std::vector<SharedBlock> blocks;
     auto first = std::make_shared<PacketBlock>();
     first->arrived = blocks_.front().block->arrived;
-    first->bytes = tables_.bytes();
+    first->bytes = tables_of_point_;
     const std::span<const std::uint8_t> cut =
         std::span{blocks_.front().block->bytes}.subspan(access_point_ - blocks_.front().offset);
     first->bytes.insert(first->bytes.end(), cut.begin(), cut.end());

@@ -30,6 +30,7 @@ private:
     void drop_front();
 
     TablePackets tables_;
+    std::vector<std::uint8_t> tables_of_point_; ///< in force at the access point
     AccessPointIndex index_;
     AccessPointCollector collector_{index_};
     std::deque<Entry> blocks_;

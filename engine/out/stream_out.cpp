@@ -114,11 +114,11 @@ void StreamOut::read_tables_before(std::uint64_t offset) {
 
 void StreamOut::put_tables() {
     const std::vector<std::uint8_t> bytes = tables_.bytes();
-    ++table_counter_;
     for (std::size_t at = 0; at + ts_packet_size <= bytes.size(); at += ts_packet_size) {
         MadePacket packet;
         std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(at), ts_packet_size, packet.begin());
-        packet[3] = static_cast<std::uint8_t>((packet[3] & 0xF0U) | (table_counter_ & 0x0FU));
+        const unsigned counter = table_counters_[(packet[1] & 0x1FU) << 8U | packet[2]]++;
+        packet[3] = static_cast<std::uint8_t>((packet[3] & 0xF0U) | (counter & 0x0FU));
         sender_.add(packet);
     }
 }

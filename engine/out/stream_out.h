@@ -14,6 +14,7 @@
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -61,9 +62,9 @@ private:
     PacedPackets packets_;
     TablePackets tables_;
     ProgrammeChooser chooser_;
-    std::set<std::uint16_t> announced_; ///< PIDs sent in this stretch
-    std::uint8_t table_counter_{0};
-    std::optional<std::uint64_t> stretch_; ///< the jump count that is being sent
+    std::set<std::uint16_t> announced_;           ///< PIDs sent in this stretch
+    std::map<unsigned, unsigned> table_counters_; ///< by PID
+    std::optional<std::uint64_t> stretch_;        ///< the jump count that is being sent
     SteadyTime stretch_begin_;
     SteadyTime sent_at_;
     std::chrono::nanoseconds sent_to_{0}; ///< of the stretch

@@ -1,53 +1,76 @@
 #include "ts/table_packets.h"
 
 #include <algorithm>
+#include <span>
 
 namespace velmora {
 
 namespace {
 
-constexpr std::size_t section_header_size = 3;
+constexpr std::uint8_t pat_table_id = 0x00;
+constexpr std::uint8_t pmt_table_id = 0x02;
+constexpr std::size_t smallest_section = 12; ///< a table's header and checksum, bytes
+constexpr std::size_t header_size = 4;
+constexpr std::uint8_t stuffing = 0xFF;
 
-/// Payload bytes up to the end of the first section that begins here; 0 when it is not to be seen.
-std::size_t size_to_section_end(std::span<const std::uint8_t> payload) {
-    if (payload.empty()) {
-        return 0;
+/// Appends packets that carry the section.
+/// @return their number
+unsigned append_packets(std::uint16_t pid, std::span<const std::uint8_t> section,
+                        std::vector<std::uint8_t>& packets) {
+    constexpr std::uint8_t payload_only = 0x10;
+    unsigned count = 0;
+    while (!section.empty()) {
+        const std::size_t end = packets.size() + ts_packet_size;
+        const bool is_first = count == 0;
+        packets.insert(packets.end(),
+                       {ts_sync_byte, static_cast<std::uint8_t>((is_first ? 0x40U : 0U) | pid >> 8U),
+                        static_cast<std::uint8_t>(pid), payload_only});
+        if (is_first) {
+            packets.push_back(0); // pointer_field
+        }
+        const auto part = section.first(std::min(section.size(), end - packets.size()));
+        packets.insert(packets.end(), part.begin(), part.end());
+        packets.resize(end, stuffing);
+        section = section.subspan(part.size());
+        ++count;
     }
-    const std::size_t begin = 1U + payload[0]; // pointer_field
-    if (begin + section_header_size > payload.size()) {
-        return 0;
-    }
-    const auto length = static_cast<std::size_t>(((payload[begin + 1] & 0x0FU) << 8U) | payload[begin + 2]);
-    return begin + section_header_size + length;
+    return count;
 }
 
 } // namespace
 
 void TablePackets::feed(const TsPacket& packet) {
     tables_.feed(packet);
-    if (!tables_.carries_tables(packet.pid) || packet.payload.empty()) {
+    if (!tables_.carries_tables(packet.pid)) {
         return;
     }
-    Table& table = by_pid_[packet.pid];
-    if (packet.payload_unit_start) {
-        table.in_progress.clear();
-        table.missing = size_to_section_end(packet.payload);
-    }
-    if (table.missing == 0) {
-        return;
-    }
-    table.in_progress.insert(table.in_progress.end(), packet.bytes.begin(), packet.bytes.end());
-    table.missing -= std::min(table.missing, packet.payload.size());
-    if (table.missing == 0) {
-        table.whole.swap(table.in_progress);
-    }
+    Carrier& carrier = by_pid_[packet.pid];
+    carrier.counter = packet.continuity_counter;
+    carrier.assembler.feed(packet, [&](std::span<const std::uint8_t> section) {
+        const bool is_table = section[0] == pat_table_id || section[0] == pmt_table_id;
+        if (is_table && section.size() >= smallest_section) {
+            // Of PATs the latest counts, of PMTs the latest of each programme.
+            const auto extension =
+                static_cast<std::uint16_t>(section[0] == pmt_table_id ? section[3] << 8U | section[4] : 0U);
+            carrier.sections[{section[0], extension}].assign(section.begin(), section.end());
+        }
+    });
 }
 
 std::vector<std::uint8_t> TablePackets::bytes() const {
     std::vector<std::uint8_t> all;
-    for (const auto& [pid, table] : by_pid_) {
-        if (tables_.carries_tables(pid)) {
-            all.insert(all.end(), table.whole.begin(), table.whole.end());
+    for (const auto& [pid, carrier] : by_pid_) {
+        if (!tables_.carries_tables(pid)) {
+            continue;
+        }
+        const std::size_t begin = all.size();
+        unsigned count = 0;
+        for (const auto& [name, section] : carrier.sections) {
+            count += append_packets(pid, section, all);
+        }
+        unsigned counter = carrier.counter + 1U - count;
+        for (std::size_t at = begin; at < all.size(); at += ts_packet_size) {
+            all[at + header_size - 1] |= static_cast<std::uint8_t>(counter++ & 0x0FU);
         }
     }
     return all;

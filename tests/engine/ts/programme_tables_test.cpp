@@ -41,6 +41,16 @@ TEST(ProgrammeTables, IgnoreDamageOtherTablesAndTablesToCome) {
         << "of a programme not in the PAT";
 }
 
+TEST(ProgrammeTables, FollowMapsThatShareOnePid) {
+    ProgrammeTables tables;
+    feed_section(tables, 0, test::pat({{1, 0x100}, {2, 0x100}}));
+    EXPECT_TRUE(feed_section(tables, 0x100, test::pmt(2, {{0x1B, 0x201}})));
+    EXPECT_FALSE(tables.complete());
+    EXPECT_TRUE(feed_section(tables, 0x100, test::pmt(1, {{0x1B, 0x101}})));
+    ASSERT_TRUE(tables.complete());
+    EXPECT_EQ(tables.programmes()[0].number, 1);
+}
+
 TEST(ProgrammeTables, PutASectionTogetherFromSeveralPackets) {
     ProgrammeTables tables;
     feed_section(tables, 0, test::pat({{1, 0x100}}));
@@ -107,6 +117,29 @@ TEST(ProgrammeChooser, DropsVideoThatIsAnnouncedButNotSent) {
     EXPECT_TRUE(chooser.selection()->video);
     begin_units(chooser, 0x102, 30);
     EXPECT_FALSE(chooser.selection()->video);
+}
+
+TEST(ProgrammeChooser, TakesVideoUpWhenItIsSentAfterAll) {
+    ProgrammeChooser chooser;
+    feed_section(chooser, 0, test::pat({{1, 0x100}}));
+    feed_section(chooser, 0x100, test::pmt(1, {{0x1B, 0x101}, {0x0F, 0x102}}));
+    begin_units(chooser, 0x102, 30);
+    ASSERT_FALSE(chooser.selection()->video);
+    begin_units(chooser, 0x101, 1);
+    EXPECT_TRUE(chooser.selection()->video);
+}
+
+TEST(ProgrammeChooser, TakesDataAloneOnlyWhereNoProgrammeIsPlayable) {
+    ProgrammeChooser chooser;
+    feed_section(chooser, 0, test::pat({{1, 0x100}, {2, 0x200}}));
+    feed_section(chooser, 0x100, test::pmt(1, {{0x15, 0x101}}));
+    EXPECT_FALSE(chooser.selection()) << "the second may be playable";
+    ProgrammeChooser other = chooser;
+    feed_section(chooser, 0x200, test::pmt(2, {{0x9B, 0x201}}));
+    ASSERT_TRUE(chooser.selection());
+    EXPECT_EQ(chooser.selection()->leading().pid, 0x101);
+    feed_section(other, 0x200, test::pmt(2, {{0x1B, 0x201}}));
+    EXPECT_FALSE(other.selection()) << "it is";
 }
 
 TEST(ProgrammeChooser, WaitsForTheTableOfTheProgrammeInForce) {
