@@ -367,7 +367,7 @@ void LiveView::update_facts() {
     sound_.report(facts_);
     facts_.audio_codec = selection && selection->audio ? selection->audio->codec : AV_CODEC_ID_NONE;
     facts_.data_codec = selection && selection->data ? selection->data->codec : AV_CODEC_ID_NONE;
-    counters_.decoded_pictures = video_.decoded();
+    counters_.decoded_pictures += video_.take_decoded();
     counters_.errors = video_.errors() + sound_.errors() + units_.continuity_errors();
     counters_.data_units = units_.data_units();
     if (!has_shown_) {

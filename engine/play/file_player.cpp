@@ -53,7 +53,8 @@ RunOutlet FilePlayer::make_outlet() {
             .ready = [this] { set_readiness(Readiness::ready); },
             .sound_begins = [this](Position position) { sound_begins(position); },
             .nothing_beyond = [this](Position target) { rest(Rest::at_end, target); },
-            .facts_changed = [this] { update_facts(); }};
+            .facts_changed = [this] { update_facts(); },
+            .decoded = [this](std::uint64_t pictures) { count_decoded(pictures); }};
 }
 
 void FilePlayer::open() {
@@ -212,7 +213,7 @@ void FilePlayer::sound_begins(Position position) {
 void FilePlayer::run(const std::stop_token& stop) {
     try {
         while (!stop.stop_requested()) {
-            if (take_commands() && active().work()) {
+            if (take_commands() && !rests_in_pause() && active().work()) {
                 continue;
             }
             check_limit();
@@ -227,6 +228,12 @@ void FilePlayer::run(const std::stop_token& stop) {
     other_.reset(); // its threads wake this player
     set_readiness(Readiness::failed);
     tags_->save();
+}
+
+/// With its picture on the screen a pause needs nothing more: what follows is decoded when playing goes on.
+bool FilePlayer::rests_in_pause() const {
+    const std::lock_guard lock{mutex_};
+    return tempo_.is_paused() && run_begun_;
 }
 
 void FilePlayer::wait_for_work(const std::stop_token& stop) {
@@ -501,6 +508,10 @@ void FilePlayer::rest(Rest rest, Position at) {
     });
 }
 
+void FilePlayer::count_decoded(std::uint64_t pictures) {
+    board_.update([&](PlaybackFacts&, StreamCounters& counters) { counters.decoded_pictures += pictures; });
+}
+
 void FilePlayer::update_facts() {
     const UnitSorter& units = forward_->feed().units();
     const VideoTrack& video = forward_->video();
@@ -511,7 +522,6 @@ void FilePlayer::update_facts() {
         facts.stream.video_codec = video.codec();
         forward_->sound().report(facts.stream);
         facts.stream.data_codec = selection && selection->data ? selection->data->codec : AV_CODEC_ID_NONE;
-        counters.decoded_pictures = video.decoded();
         counters.errors = video.errors() + forward_->sound().errors() + units.continuity_errors();
         counters.data_units = units.data_units();
     });

@@ -92,6 +92,7 @@ private:
 
     RunOutlet make_outlet();
     void run(const std::stop_token& stop);
+    bool rests_in_pause() const;
     void wait_for_work(const std::stop_token& stop);
     bool take_commands();
     bool seek_if_wanted();
@@ -107,6 +108,7 @@ private:
     bool is_suited(const Tempo& tempo) const;
     void check_limit();
     void rest(Rest rest, Position at);
+    void count_decoded(std::uint64_t pictures);
     void update_facts();
     std::optional<SteadyTime> hand_out_data();
     void set_readiness(Readiness readiness);

@@ -3,7 +3,6 @@
 #include "diagnostics/log.h"
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
 namespace velmora {
@@ -18,13 +17,8 @@ constexpr std::size_t most_waiting_for_sound = std::size_t{4} << 20U;
 /// How far to look for something playable, bytes.
 constexpr std::uint64_t longest_search = std::uint64_t{32} << 20U;
 constexpr int most_steps_back = 3;
-/// Real time behind the clock at which more is left out, and at which decoding goes on further ahead.
-constexpr std::chrono::duration<double> late_picture = 100ms;
+/// Real time behind the clock at which decoding goes on further ahead.
 constexpr std::chrono::duration<double> lost_picture = 800ms;
-
-/// What a late machine leaves out, one step after the other.
-constexpr std::array<AVDiscard, 4> skip_when_late{AVDISCARD_DEFAULT, AVDISCARD_NONREF, AVDISCARD_BIDIR,
-                                                  AVDISCARD_NONKEY};
 
 } // namespace
 
@@ -48,7 +42,7 @@ void ForwardRun::restart(const DecodingStart& start, Position target) {
     outlet_.pictures->pictures.clear();
     outlet_.sounds->clear();
     outlet_.discard_sound();
-    set_lateness(0);
+    lateness_.reset();
     // Whatever the speed, the first picture is the one asked for.
     set_skip(AVDISCARD_DEFAULT);
     feed_.seek(start);
@@ -72,7 +66,7 @@ void ForwardRun::set_magnitude(double magnitude) {
     if (regains_sound) {
         sound_.restart(last_offered_.value_or(target_));
     }
-    set_lateness(0);
+    lateness_.reset();
     choose_skip();
 }
 
@@ -115,6 +109,7 @@ bool ForwardRun::decode_video() {
     auto unit = feed_.units().take_video();
     if (unit) {
         video_.decode(std::move(*unit));
+        outlet_.decoded(video_.take_decoded());
         outlet_.facts_changed();
     }
     return unit.has_value();
@@ -189,12 +184,12 @@ void ForwardRun::keep_up(Position position) {
     if (!clock.running()) {
         return;
     }
-    const auto behind = SteadyClock::now() - clock.due(position);
-    const int lateness = behind > late_picture ? std::min<int>(lateness_ + 1, skip_when_late.size() - 1) : 0;
-    set_lateness(lateness);
+    const SteadyTime now = SteadyClock::now();
+    const auto behind = now - clock.due(position);
+    lateness_.observe(behind, now);
     choose_skip();
     if (behind > lost_picture) {
-        const Position ahead = clock.position(SteadyClock::now());
+        const Position ahead = clock.position(now);
         const auto start = points_.find(ahead);
         if (start && *start && (*start)->presentation > position) {
             feed_.seek(*start);
@@ -202,13 +197,6 @@ void ForwardRun::keep_up(Position position) {
             sound_.restart(ahead);
             started_at_ = *start;
         }
-    }
-}
-
-void ForwardRun::set_lateness(int lateness) {
-    if (lateness != lateness_) {
-        lateness_ = lateness;
-        video_.set_deinterlacing(lateness == 0);
     }
 }
 
@@ -221,7 +209,8 @@ void ForwardRun::set_skip(AVDiscard skip) {
 
 void ForwardRun::choose_skip() {
     const AVDiscard planned = video_.shares().skip_for(magnitude_);
-    set_skip(std::max(planned, skip_when_late[static_cast<std::size_t>(lateness_)]));
+    set_skip(std::max(planned, lateness_.skip()));
+    video_.set_deinterlacing(!lateness_.is_late());
     spacing_.set(magnitude_, feed_.units().unit_duration());
 }
 
@@ -274,6 +263,7 @@ bool ForwardRun::finish_tracks() {
     tracks_finished_ = true;
     last_certain_ = last_offered_;
     video_.finish();
+    outlet_.decoded(video_.take_decoded());
     outlet_.facts_changed();
     if (offered_ || !video_.ready().empty() || (sound_only() && !sound_.ready().empty())) {
         return true;

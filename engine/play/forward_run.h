@@ -4,6 +4,7 @@
 #include "file/file_source.h"
 #include "file/stream_feed.h"
 #include "index/access_point_finder.h"
+#include "play/lateness.h"
 #include "play/picture_spacing.h"
 #include "play/play_run.h"
 #include "tracks/sound_track.h"
@@ -60,7 +61,6 @@ private:
     bool offer_pictures();
     bool offer_sounds();
     void keep_up(Position position);
-    void set_lateness(int lateness);
     void set_skip(AVDiscard skip);
     void choose_skip();
     bool wants_sound() const;
@@ -79,7 +79,7 @@ private:
     PictureSpacing spacing_;
     double magnitude_{1.0};
     AVDiscard skip_{AVDISCARD_DEFAULT};
-    int lateness_{0}; ///< how many classes of pictures are left out because the machine is late
+    Lateness lateness_;
     Approach approach_{Approach::from_access_point};
     DecodingStart started_at_; ///< where decoding of the present run began
     Position target_{};        ///< first position wanted

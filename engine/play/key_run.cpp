@@ -62,6 +62,7 @@ bool KeyRun::work() {
         picture->begins_run = !offered_;
         pending_ = std::move(picture);
     }
+    outlet_.decoded(video_.take_decoded());
     outlet_.facts_changed();
     return true;
 }

@@ -5,6 +5,7 @@
 #include "present/audio_out.h"
 #include "present/picture_source.h"
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -40,6 +41,7 @@ struct RunOutlet {
     std::function<void(Position)> sound_begins; ///< of a file without pictures: the clock may run
     std::function<void(Position)> nothing_beyond; ///< nothing at or behind the wanted position can be shown
     std::function<void()> facts_changed;
+    std::function<void(std::uint64_t)> decoded; ///< so many more pictures
 };
 
 } // namespace velmora

@@ -12,12 +12,19 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::size_t most_bytes_held = std::size_t{360} << 20U;
-constexpr std::size_t most_pictures_held = 200;
+constexpr std::size_t most_pictures_held = 320;
+/// Beyond this many one decoder after the other is early enough, and spares memory and processor caches.
+constexpr std::size_t comfortable_reserve = 50;
 constexpr std::size_t assumed_picture_bytes = std::size_t{1920} * 1088 * 3 / 2;
+constexpr std::size_t smallest_window = 4;
 /// The first windows are small, so that the picture turns round soon; in pictures.
 constexpr std::array<std::size_t, 3> first_windows{6, 12, 25};
+/// But so large a share of what has to be decoded for them that they are worth it: one in so many.
+constexpr std::size_t worthwhile_share = 3;
 /// Real time behind the clock at which a stretch that was not begun is left out.
 constexpr std::chrono::duration<double> late_stretch = 200ms;
+/// What is left out of the stretches then, more and more: a window reaches further back that way.
+constexpr std::array<AVDiscard, 3> thinner{AVDISCARD_DEFAULT, AVDISCARD_NONREF, AVDISCARD_BIDIR};
 
 std::size_t budget_for(std::size_t picture_bytes) {
     const std::size_t bytes = picture_bytes == 0 ? assumed_picture_bytes : picture_bytes;
@@ -68,8 +75,18 @@ void ReverseRun::begin_with(std::deque<Picture> shown) {
 }
 
 bool ReverseRun::work() {
+    take_account();
     const bool offered = offer();
     return schedule() || offered;
+}
+
+void ReverseRun::take_account() {
+    for (const auto& window : windows_) {
+        if (window->done && window->decoded > 0) {
+            outlet_.decoded(std::exchange(window->decoded, 0));
+            last_took_ = window->took;
+        }
+    }
 }
 
 bool ReverseRun::offer() {
@@ -105,16 +122,24 @@ std::size_t ReverseRun::held() const {
     return held;
 }
 
-std::size_t ReverseRun::next_size() const {
-    const std::size_t usual = std::clamp<std::size_t>(budget_ * 2 / 5, 4, 100);
-    return windows_begun_ < first_windows.size() ? std::min(first_windows[windows_begun_], usual) : usual;
+/// @param distance from where decoding begins to the window's end, pictures
+std::size_t ReverseRun::next_size(std::size_t distance) const {
+    const std::size_t usual = std::max(budget_ * 2 / 5, smallest_window);
+    if (windows_begun_ >= first_windows.size()) {
+        return usual;
+    }
+    return std::min(std::max(first_windows[windows_begun_], distance / worthwhile_share), usual);
+}
+
+/// Whether what is held lasts until the next window would be decoded, as far as the last one tells.
+bool ReverseRun::has_reserve() const {
+    return !windows_.empty() && held() > std::max(windows_.back()->expected, comfortable_reserve);
 }
 
 /// @return true when a window was begun
 bool ReverseRun::schedule() {
     const auto decoder = std::ranges::find_if(decoders_, &WindowDecoder::is_idle);
-    const std::size_t size = next_size();
-    if (exhausted_ || decoder == decoders_.end() || held() + size > budget_) {
+    if (exhausted_ || decoder == decoders_.end() || has_reserve() || held() + smallest_window > budget_) {
         return false;
     }
     skip_what_is_late();
@@ -126,9 +151,12 @@ bool ReverseRun::schedule() {
         exhausted_ = true;
         return true;
     }
+    const auto distance = static_cast<std::size_t>((next_end_ - (*start)->presentation) / stream_.unit);
+    const std::size_t size = std::min(next_size(distance), budget_ - held());
     // At higher speeds a window of as many decoded pictures reaches further.
-    const AVDiscard skip = stream_.shares.skip_for(magnitude_);
-    const auto units = static_cast<Ticks::rep>(static_cast<double>(size) / stream_.shares.kept(skip));
+    const AVDiscard skip = std::max(stream_.shares.skip_for(magnitude_), thinner[thinning_]);
+    const double kept = stream_.shares.kept(skip);
+    const auto units = static_cast<Ticks::rep>(static_cast<double>(size) / kept);
     auto window = std::make_shared<DecodedWindow>();
     window->start = *start;
     window->to = next_end_;
@@ -137,7 +165,8 @@ bool ReverseRun::schedule() {
         window->from = (*start)->presentation;
     }
     window->skip = skip;
-    window->expected = size;
+    const double covered = static_cast<double>((window->to - window->from) / stream_.unit) * kept;
+    window->expected = std::min(size, static_cast<std::size_t>(std::max(covered, 1.0)));
     window->display = outlet_.pictures->display.load();
     next_end_ = window->from;
     ++windows_begun_;
@@ -146,12 +175,16 @@ bool ReverseRun::schedule() {
     return true;
 }
 
-/// On a machine that cannot decode in time the position stays right, and pictures are left out.
+/// On a machine that cannot decode in time the position stays right, and pictures are left out: the next
+/// window is one that will be due when it is decoded.
 void ReverseRun::skip_what_is_late() {
     const PlayClock clock = outlet_.pictures->clock.snapshot();
     const SteadyTime now = SteadyClock::now();
     if (clock.running() && now - clock.due(next_end_) > late_stretch) {
-        next_end_ = std::min(next_end_, clock.position(now));
+        next_end_ = std::min(next_end_, clock.position(now + last_took_));
+        thinning_ = std::min(thinning_ + 1, thinner.size() - 1);
+    } else if (thinning_ > 0) {
+        --thinning_;
     }
 }
 

@@ -44,12 +44,14 @@ public:
     void set_magnitude(double magnitude) override;
 
 private:
+    void take_account();
     bool offer();
+    bool has_reserve() const;
     bool schedule();
     void skip_what_is_late();
     void abandon_windows();
     std::size_t held() const;
-    std::size_t next_size() const;
+    std::size_t next_size(std::size_t distance) const;
 
     AccessPointFinder& points_;
     const RunOutlet outlet_;
@@ -60,6 +62,8 @@ private:
     std::deque<std::shared_ptr<DecodedWindow>> windows_; ///< the latest stretch of the file first
     Position next_end_;                                  ///< in front of it the next window ends
     std::size_t windows_begun_{0};
+    SteadyClock::duration last_took_{}; ///< decoding a window
+    std::size_t thinning_{0};           ///< windows that came late, less those that were early
     std::optional<Position> last_offered_;
     bool offered_{false};
     bool exhausted_{false};

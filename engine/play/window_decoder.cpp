@@ -49,6 +49,7 @@ void WindowDecoder::run(const std::stop_token& stop) {
 }
 
 void WindowDecoder::work_on(DecodedWindow& window, const std::stop_token& stop) {
+    const SteadyTime begun = SteadyClock::now();
     feed_.seek(window.start);
     video_.restart(window.from);
     video_.set_skip(window.skip);
@@ -73,6 +74,8 @@ void WindowDecoder::work_on(DecodedWindow& window, const std::stop_token& stop) 
         }
         video_.ready().clear();
     }
+    window.decoded = video_.take_decoded();
+    window.took = SteadyClock::now() - begun;
 }
 
 } // namespace velmora

@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <memory>
@@ -30,6 +31,8 @@ struct DecodedWindow {
     std::atomic<bool> abandoned{false}; ///< set by who asked: nobody waits any more
     std::atomic<bool> done{false};      ///< set by the decoder: `pictures` is complete
     std::deque<Picture> pictures;       ///< in order of position; the decoder's until `done`
+    std::uint64_t decoded{0};           ///< pictures, those that only serve as references too; likewise
+    SteadyClock::duration took{};       ///< what decoding took; likewise
 };
 
 /// Owns a thread, a reader and a decoder; works on one window at a time.

@@ -11,6 +11,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 
 namespace velmora {
 
@@ -43,7 +44,8 @@ public:
     AVCodecID codec() const { return decoder_ ? decoder_->codec_id() : AV_CODEC_ID_NONE; }
     /// What the stream's latest pictures are made of.
     PictureClassShares shares() const { return decoder_ ? decoder_->shares() : PictureClassShares{}; }
-    std::uint64_t decoded() const { return decoded_; }
+    /// Pictures decoded since this was last asked.
+    std::uint64_t take_decoded() { return std::exchange(decoded_, 0); }
     std::uint64_t errors() const { return past_errors_ + (decoder_ ? decoder_->errors() : 0); }
 
 private:

@@ -74,6 +74,8 @@ TEST_P(Reverse, ShowsEveryPictureOnceInFallingOrder) {
     EXPECT_EQ(info.player_info.eof, 0);
     EXPECT_EQ(info.player_info.second, 0);
     EXPECT_EQ(info.player_info.direction, PLAYER_DIR_PREVWARD);
+    EXPECT_GE(info.get_strm_info.inp_dec_frame, static_cast<int>(shown.size()));
+    EXPECT_EQ(info.get_strm_info.inp_disp_frames, static_cast<int>(shown.size()));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -122,6 +124,7 @@ TEST_F(TrickPlay, FastEndsWithTheLastPicture) {
     const auto shown = numbers(engine_.pictures());
     EXPECT_TRUE(std::ranges::is_sorted(shown));
     EXPECT_GE(shown.size(), 8U);
+    EXPECT_GE(engine_.info().get_strm_info.inp_dec_frame, static_cast<int>(shown.size()));
 }
 
 TEST_F(TrickPlay, TurningRoundAtTheEndAndAtTheStartLeadsOn) {
