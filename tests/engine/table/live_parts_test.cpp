@@ -32,7 +32,8 @@ protected:
         recipe_.audio = "mp2";
         recipe_.duration = 3;
         recipe_.gop = 12;
-        recipe_.mux_options = "-pes_payload_size 0"; // each sound frame alone, as encoders for live streams do
+        recipe_.mux_options =
+            "-pes_payload_size 0"; // each sound frame alone, as encoders for live streams do
     }
     ~LiveParts() override {
         ::unsetenv("SDL_AUDIODRIVER");
