@@ -145,8 +145,8 @@ void VideoDecoder::parse(const std::uint8_t* data, int size, std::optional<Posit
                 skip_ = *std::exchange(skip_from_key_, std::nullopt);
             }
             context_->skip_frame = only_reference ? std::max(skip_, AVDISCARD_NONREF) : skip_;
-            if (preview_) {
-                const Sink preview = std::exchange(preview_, nullptr);
+            const bool comes_late = context_->has_b_frames > 0 || context_->thread_count > 1;
+            if (const Sink preview = std::exchange(preview_, nullptr); preview && comes_late) {
                 send(packet_.get(), preview);
                 send(nullptr, preview);
                 avcodec_flush_buffers(context_.get());

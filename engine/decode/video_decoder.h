@@ -45,7 +45,8 @@ public:
     /// What the stream's latest pictures are made of.
     const PictureClassShares& shares() const { return shares_; }
     /// Decodes the next unit, an access point, twice: its picture goes to `preview` at once, without waiting
-    /// for the units that precede it in display order, and comes out in order later.
+    /// for the units that precede it in display order, and comes out in order later. Once, where it would not
+    /// come out at once anyway.
     void preview_next(Sink preview) { preview_ = std::move(preview); }
     /// For a stream that is live: takes each unit for one access unit, instead of waiting for the beginning
     /// of the next one to be sure, until a unit shows that it is not; and decodes without threads that delay.

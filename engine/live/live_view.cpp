@@ -46,6 +46,9 @@ LiveView::LiveView(std::chrono::milliseconds sync_delay, Hooks hooks)
     units_.hand_out_early();
     units_.set_data_sink([this](const UnitSorter::DataUnit& unit) { take_data(unit); });
     video_.decode_without_delay();
+    if (sync_delay == 0ms) {
+        video_.preview_first([this](Picture picture) { offer_preview(std::move(picture)); });
+    }
     pictures_->picture_lasts = false; // what was live is not any more
     pictures_->on_shown = [this](const Picture& picture) { picture_shown(picture); };
     pictures_->pictures.set_on_room([this] { wake(); });
@@ -294,6 +297,15 @@ void LiveView::note_pictures(SteadyTime ready) {
     }
 }
 
+/// The very first picture is shown as soon as it is decoded, not only when its turn among those is that it
+/// waits for.
+void LiveView::offer_preview(Picture picture) {
+    if (!offered_) {
+        picture.generation = pictures_->generation.load();
+        pictures_->pictures.try_push(std::move(picture));
+    }
+}
+
 bool LiveView::offer_pictures() {
     auto& ready = video_.ready();
     bool offered = false;
@@ -378,7 +390,7 @@ void LiveView::update_facts() {
 void LiveView::picture_shown(const Picture& picture) {
     const std::lock_guard lock{mutex_};
     facts_.picture = square_pixel_size(*picture.frame);
-    ++counters_.shown_pictures;
+    counters_.shown_pictures += picture.is_preview ? 0 : 1;
     has_shown_ = true;
 }
 

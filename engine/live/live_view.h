@@ -77,6 +77,7 @@ private:
     bool work();
     bool decode_video();
     bool decode_sound();
+    void offer_preview(Picture picture);
     bool offer_pictures();
     bool offer_sounds();
     void keep_up(SteadyTime arrived);

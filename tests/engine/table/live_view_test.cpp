@@ -35,6 +35,20 @@ std::vector<std::uint32_t> numbers(const EngineUnderTest& engine) {
     return numbers;
 }
 
+/// Where the packet lies that begins the second picture's PES packet.
+std::size_t begin_of_second_video_unit(const std::vector<std::uint8_t>& stream) {
+    constexpr unsigned video_pid = 0x100; // as the streams are made
+    int begun = 0;
+    for (std::size_t at = 0; at + 188 <= stream.size(); at += 188) {
+        const unsigned header = stream[at + 1] * 256U + stream[at + 2];
+        constexpr unsigned unit_start = 0x4000;
+        if ((header & 0x1FFFU) == video_pid && (header & unit_start) != 0 && ++begun == 2) {
+            return at;
+        }
+    }
+    return stream.size() - 188;
+}
+
 TEST_F(LiveView, ShowsEveryPictureOfAStreamFromItsFirstOneOn) {
     ASSERT_EQ(view(engine_, live_setup(port_)), 0);
     EXPECT_EQ(engine_.info().action_bit, view_mask);
@@ -89,6 +103,15 @@ TEST_F(LiveView, JoinedInTheMiddleItShowsNothingBeforeAKeyPicture) {
     const auto shown = numbers(engine_);
     EXPECT_EQ(shown.front(), 25U);
     EXPECT_TRUE(std::ranges::is_sorted(shown));
+}
+
+TEST_F(LiveView, TheFirstKeyPictureShowsBeforeThosePicturesThatItsSuccessorsWaitFor) {
+    auto stream = stream_bytes(small_live_stream());
+    stream.resize(begin_of_second_video_unit(stream) + 188);
+    ASSERT_EQ(view(engine_, live_setup(port_)), 0);
+    const StreamSender sender{std::move(stream), to_port()};
+    ASSERT_TRUE(engine_.wait_for_pictures(1));
+    EXPECT_EQ(engine_.last_number(), 0U);
 }
 
 TEST_F(LiveView, ASenderThatStopsAndBeginsAgainIsFollowed) {
