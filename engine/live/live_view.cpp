@@ -376,8 +376,11 @@ void LiveView::update_facts() {
     const std::lock_guard lock{mutex_};
     facts_.frame_rate = has_video ? units_.meter().units_per_second() : 0;
     facts_.video_codec = has_video ? selection->video->codec : AV_CODEC_ID_NONE;
-    sound_.report(facts_);
-    facts_.audio_codec = selection && selection->audio ? selection->audio->codec : AV_CODEC_ID_NONE;
+    const bool has_sound = selection && selection->audio;
+    facts_.audio_codec = has_sound ? selection->audio->codec : AV_CODEC_ID_NONE;
+    if (has_sound) {
+        sound_.report(facts_); // the tables do not tell the layer of MPEG sound, its decoder does
+    }
     facts_.data_codec = selection && selection->data ? selection->data->codec : AV_CODEC_ID_NONE;
     counters_.decoded_pictures += video_.take_decoded();
     counters_.errors = video_.errors() + sound_.errors() + units_.continuity_errors();
