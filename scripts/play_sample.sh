@@ -22,7 +22,7 @@ trap 'kill "$player" 2>/dev/null || true' EXIT
 
 # Waits for a window of the player with this title and prints its id.
 window_of() {
-    timeout 60 xdotool search --sync --onlyvisible --pid "$player" --name "$1" | tail -n 1
+    timeout 60 xdotool search --sync --onlyvisible --all --pid "$player" --name "$1" | tail -n 1
 }
 
 if ! main=$(window_of '^Zandor Player$') || [[ -z "$main" ]]; then

@@ -32,10 +32,11 @@ protected:
     void start() {
         player_.start(QStringLiteral(PLAYER), QStringList{});
         ASSERT_TRUE(player_.waitForStarted(patience_ms));
-        ASSERT_TRUE(run_xdotool(
-            {QStringLiteral("search"), QStringLiteral("--sync"), QStringLiteral("--onlyvisible"),
-             QStringLiteral("--pid"), QString::number(player_.processId()), QStringLiteral("--name"),
-             QStringLiteral("^Zandor Player$"), QStringLiteral("windowactivate"), QStringLiteral("--sync")}));
+        ASSERT_TRUE(run_xdotool({QStringLiteral("search"), QStringLiteral("--sync"),
+                                 QStringLiteral("--onlyvisible"), QStringLiteral("--all"),
+                                 QStringLiteral("--pid"), QString::number(player_.processId()),
+                                 QStringLiteral("--name"), QStringLiteral("^Zandor Player$"),
+                                 QStringLiteral("windowactivate"), QStringLiteral("--sync")}));
     }
     /// Closes the window as its user does.
     void expect_normal_exit() {
