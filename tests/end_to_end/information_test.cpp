@@ -5,11 +5,9 @@
 #include "support/stream_maker.h"
 #include "support/stream_probe.h"
 
-#include <QApplication>
 #include <QDialog>
 #include <QLabel>
 #include <QPushButton>
-#include <QTimer>
 
 #include <cmath>
 
@@ -24,21 +22,6 @@ StreamRecipe ten_seconds_with_mp2() {
 
 class Information : public PlayerOnScreen {
 protected:
-    /// Opens a dialog from the menu, lets the person act, and sees to it that it is closed afterwards.
-    void open_dialog(const char* action, const std::function<void(QDialog&)>& person) {
-        QTimer timer;
-        QObject::connect(&timer, &QTimer::timeout, [&] {
-            if (auto* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget())) {
-                timer.stop();
-                person(*dialog);
-                if (dialog->isVisible()) {
-                    dialog->close();
-                }
-            }
-        });
-        timer.start(10);
-        part<QAction>(action)->trigger();
-    }
     static QString value(const QDialog& dialog, const char* label) {
         return dialog.findChild<QLabel*>(QLatin1String(label))->text();
     }
@@ -52,7 +35,7 @@ TEST_F(Information, StatisticsAgreeWithFfprobeWhileTheFilePlays) {
     const ProbedStream audio{file, "a:0"};
     play(file);
     ASSERT_TRUE(wait_for_playing());
-    open_dialog("actionStatistic", [&](QDialog& dialog) {
+    in_dialog("actionStatistic", [&](QDialog& dialog) {
         ASSERT_TRUE(wait_until([&] { return number(dialog, "disFrmLbl") > 25; }));
         EXPECT_EQ(number(dialog, "widthLbl"), rounded(video.number("width")));
         EXPECT_EQ(number(dialog, "heightLbl"), rounded(video.number("height")));
@@ -77,7 +60,7 @@ TEST_F(Information, ResetClearsTheCounters) {
     ASSERT_TRUE(wait_until([&] { return text("eof_lbl") == QLatin1String("00:10"); }));
     click_slider(9);
     ASSERT_TRUE(wait_until([] { return m_info.player_info.state == PLAYRE_STATUS_EOF; }));
-    open_dialog("actionStatistic", [&](QDialog& dialog) {
+    in_dialog("actionStatistic", [&](QDialog& dialog) {
         ASSERT_TRUE(wait_until([&] { return number(dialog, "decFrmLbl") > 0; }));
         EXPECT_LE(number(dialog, "decFrmLbl"), pictures);
         QTest::mouseClick(dialog.findChild<QPushButton*>(QStringLiteral("resetStatisticBtn")),
@@ -89,7 +72,7 @@ TEST_F(Information, ResetClearsTheCounters) {
 }
 
 TEST_F(Information, WithoutASessionThereIsNothingToShow) {
-    open_dialog("actionStatistic", [&](QDialog& dialog) {
+    in_dialog("actionStatistic", [&](QDialog& dialog) {
         ASSERT_TRUE(wait_until([&] { return !value(dialog, "widthLbl").isEmpty(); }));
         EXPECT_EQ(value(dialog, "widthLbl").toStdString(), "0");
         EXPECT_EQ(value(dialog, "AudioCodecLeb").toStdString(), "No Audio");
@@ -97,7 +80,7 @@ TEST_F(Information, WithoutASessionThereIsNothingToShow) {
 }
 
 TEST_F(Information, AboutTellsOurEnginesVersion) {
-    open_dialog("actionAbuat", [&](QDialog& dialog) {
+    in_dialog("actionAbuat", [&](QDialog& dialog) {
         EXPECT_EQ(value(dialog, "dll_ver_lbl").toStdString(), "Dll Version: 1.0.0 ");
         EXPECT_EQ(value(dialog, "mp_ver_lbl").toStdString(), "Version: 1.8.2 ");
     });

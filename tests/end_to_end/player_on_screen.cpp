@@ -1,17 +1,17 @@
 #include "player_on_screen.h"
 
+#include "dialog_driver.h"
+#include "jsncfg.h"
 #include "loadlib.h"
 #include "player_state.h"
 #include "support/block_pattern.h"
 
 #include <QApplication>
 #include <QCursor>
-#include <QDialog>
 #include <QDir>
 #include <QFile>
 #include <QFrame>
 #include <QLabel>
-#include <QLineEdit>
 #include <QPushButton>
 #include <QScreen>
 #include <QSlider>
@@ -19,8 +19,13 @@
 
 #include <unistd.h>
 
-PlayerOnScreen::PlayerOnScreen() : previous_folder_{QDir::currentPath()} {
+PlayerOnScreen::PlayerOnScreen(const QString& board) : previous_folder_{QDir::currentPath()} {
     QDir::setCurrent(folder_.path());
+    if (!board.isEmpty()) {
+        Config config{QStringLiteral("\nzandor_player.cfg")};
+        config.p_board_ip->ip = board;
+        config.p_board_ip->write();
+    }
     QFile::link(QStringLiteral(ENGINE_LIBRARY), QStringLiteral("libvelmora.so"));
     if (m_velmora == nullptr) {
         load_engine();
@@ -35,6 +40,10 @@ PlayerOnScreen::PlayerOnScreen() : previous_folder_{QDir::currentPath()} {
     window_->show();
     EXPECT_TRUE(QTest::qWaitForWindowActive(window_.get(), patience_ms));
     EXPECT_TRUE(wait_until([] { return !checkResize.isActive(); }));
+}
+
+void PlayerOnScreen::TearDown() {
+    keep_screenshot();
 }
 
 PlayerOnScreen::~PlayerOnScreen() {
@@ -53,21 +62,28 @@ bool PlayerOnScreen::wait_until(const std::function<bool()>& condition) const {
     return QTest::qWaitFor(condition, patience_ms);
 }
 
-void PlayerOnScreen::play(const std::filesystem::path& file) {
-    auto* const timer = new QTimer{window_.get()};
-    QObject::connect(timer, &QTimer::timeout, window_.get(), [timer, file] {
-        auto* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-        if (dialog == nullptr) {
-            return;
+void PlayerOnScreen::in_dialog(const char* action, const std::function<void(QDialog&)>& person) {
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, &timer, [&] {
+        if (auto* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget())) {
+            timer.stop();
+            EXPECT_TRUE(QTest::qWaitForWindowActive(dialog, patience_ms));
+            person(*dialog);
+            if (dialog->isVisible()) {
+                keep_screenshot();
+                dialog->close();
+            }
         }
-        timer->stop();
-        timer->deleteLater();
-        QTest::keyClicks(dialog->findChild<QLineEdit*>(QStringLiteral("file")),
-                         QString::fromStdString(file.string()));
-        QTest::mouseClick(dialog->findChild<QPushButton*>(QStringLiteral("play")), Qt::LeftButton);
     });
-    timer->start(10);
-    part<QAction>("actionOpen_File")->trigger();
+    timer.start(10);
+    part<QAction>(action)->trigger();
+}
+
+void PlayerOnScreen::play(const std::filesystem::path& file) {
+    in_dialog("actionOpen_File", [&](QDialog& dialog) {
+        type_into(dialog, "file", QString::fromStdString(file.string()));
+        click_on(dialog, "play");
+    });
 }
 
 void PlayerOnScreen::click(const char* button) {
@@ -94,12 +110,31 @@ QString PlayerOnScreen::text(const char* label) const {
 std::optional<std::uint32_t> PlayerOnScreen::number_on_screen() const {
     const auto* const frame = part<QFrame>("playerFrame");
     const QPoint origin = frame->mapToGlobal(QPoint{});
-    const QImage screen = window_->screen()
-                              ->grabWindow(0, origin.x(), origin.y(), frame->width(), frame->height())
-                              .toImage()
-                              .convertToFormat(QImage::Format_RGB888);
+    return number_in(
+        window_->screen()->grabWindow(0, origin.x(), origin.y(), frame->width(), frame->height()).toImage());
+}
+
+std::optional<std::uint32_t> PlayerOnScreen::number_in(const QImage& image) {
+    const QImage pixels = image.convertToFormat(QImage::Format_RGB888);
     return pattern::read_number(
-        {screen.constBits(), screen.width(), screen.height(), screen.bytesPerLine(), 3});
+        {pixels.constBits(), pixels.width(), pixels.height(), pixels.bytesPerLine(), 3});
+}
+
+void PlayerOnScreen::keep_screenshot() const {
+    const QString folder = qEnvironmentVariable("SCREENSHOTS");
+    if (folder.isEmpty()) {
+        return;
+    }
+    const auto* const test = testing::UnitTest::GetInstance()->current_test_info();
+    QString name =
+        QStringLiteral("%1.%2").arg(QLatin1String(test->test_suite_name()), QLatin1String(test->name()));
+    name.replace(QLatin1Char('/'), QLatin1Char('-')); // of a test with parameters
+    const QString path = QStringLiteral("%1/%2-%3.png").arg(folder, name);
+    int number = 1;
+    while (QFile::exists(path.arg(number))) {
+        ++number;
+    }
+    window_->screen()->grabWindow(0).save(path.arg(number));
 }
 
 bool PlayerOnScreen::wait_for_number(std::uint32_t number) const {

@@ -56,10 +56,10 @@ std::string rtsp_pipeline(const std::filesystem::path& file, RtspPayload payload
 }
 
 RtspServerProcess::RtspServerProcess(const std::string& pipeline, const std::string& transport,
-                                     std::uint16_t port) {
+                                     std::uint16_t own_port) {
     const Pipe input;
     const Pipe output;
-    std::array<std::string, 4> arguments{RTSP_SERVER_TOOL, std::to_string(port), pipeline, transport};
+    std::array<std::string, 4> arguments{RTSP_SERVER_TOOL, std::to_string(own_port), pipeline, transport};
     std::vector<char*> argv;
     for (std::string& argument : arguments) {
         if (!argument.empty()) {

@@ -26,10 +26,10 @@ class RtspServerProcess {
 public:
     /** @param pipeline of rtsp_pipeline()
      *  @param transport udp or tcp to refuse the other; empty: both
-     *  @param port 0: any that is free
+     *  @param own_port 0: any that is free
      *  Throws std::runtime_error when it does not start. */
     explicit RtspServerProcess(const std::string& pipeline, const std::string& transport = {},
-                               std::uint16_t port = 0);
+                               std::uint16_t own_port = 0);
     ~RtspServerProcess();
     RtspServerProcess(const RtspServerProcess&) = delete;
     RtspServerProcess& operator=(const RtspServerProcess&) = delete;
