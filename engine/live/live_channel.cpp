@@ -177,8 +177,11 @@ bool LiveChannel::start_recording() {
         return false;
     }
     attach_recorder(recorder);
-    const std::lock_guard lock{mutex_};
-    recorder_ = recorder;
+    {
+        const std::lock_guard lock{mutex_};
+        recorder_.swap(recorder);
+    }
+    ending_.add(std::move(recorder));
     return true;
 }
 
@@ -209,6 +212,7 @@ void LiveChannel::stop_recording() {
     }
     reception.reset();
     end_reception_without_use();
+    ending_.add(std::move(recorder));
 }
 
 void LiveChannel::end_reception_without_use() {

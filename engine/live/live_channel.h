@@ -4,6 +4,7 @@
 #include "live/live_view.h"
 #include "live/reception.h"
 #include "receive/retransmitter.h"
+#include "record/ending_recordings.h"
 #include "record/recorder.h"
 #include "velmoraapi.h"
 
@@ -36,6 +37,7 @@ public:
     /// Records what is received, from the last access point on.
     /// @return false when no file could be created or nothing can be received
     bool start_recording();
+    /// What waits for a slow disk is still written.
     void stop_recording();
     /// Marks the second that is being recorded.
     void mark_recording();
@@ -62,6 +64,7 @@ private:
     void attach_recorder(const std::shared_ptr<Recorder>& recorder);
 
     const LiveView::Hooks hooks_;
+    EndingRecordings ending_;
     std::mutex command_mutex_; ///< orders starts and stops
 
     mutable std::mutex mutex_; ///< held for moments only

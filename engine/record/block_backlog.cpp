@@ -60,6 +60,18 @@ void BlockBacklog::close() {
     changed_.notify_one();
 }
 
+std::size_t BlockBacklog::discard() {
+    std::size_t discarded = 0;
+    {
+        const std::lock_guard lock{mutex_};
+        blocks_.clear();
+        discarded = std::exchange(bytes_, 0);
+        is_closed_ = true;
+    }
+    changed_.notify_one();
+    return discarded;
+}
+
 bool BlockBacklog::is_drained() const {
     const std::lock_guard lock{mutex_};
     return is_closed_ && blocks_.empty();

@@ -27,6 +27,9 @@ public:
     void wake();
     /// Takes no more blocks; what is here can still be taken.
     void close();
+    /// Forgets what is here, and takes no more.
+    /// @return bytes forgotten
+    std::size_t discard();
     /// Closed, and everything was taken.
     bool is_drained() const;
 

@@ -6,6 +6,7 @@
 #include "record/recording.h"
 #include "record/recording_name.h"
 
+#include <condition_variable>
 #include <ctime>
 #include <mutex>
 #include <thread>
@@ -49,10 +50,7 @@ public:
         }
         const std::lock_guard lock{mutex_};
         if (!ended_) {
-            facts_.lost += size;
-            log_incident("record", "loss",
-                         facts_.path + " is written too slowly, " + std::to_string(facts_.lost) +
-                             " bytes left out so far");
+            note_loss(size);
         }
     }
 
@@ -74,7 +72,29 @@ public:
         return !ended_;
     }
 
+    void finish() { backlog_.close(); }
+
+    void give_up() {
+        if (const std::size_t discarded = backlog_.discard(); discarded > 0) {
+            const std::lock_guard lock{mutex_};
+            note_loss(discarded);
+        }
+    }
+
+    bool wait_complete(std::chrono::milliseconds time) const {
+        std::unique_lock lock{mutex_};
+        return completed_.wait_for(lock, time, [this] { return is_complete_; });
+    }
+
 private:
+    /// Under the lock.
+    void note_loss(std::size_t size) {
+        facts_.lost += size;
+        log_incident("record", "loss",
+                     facts_.path + " is written too slowly, " + std::to_string(facts_.lost) +
+                         " bytes left out so far");
+    }
+
     void run() {
         const bool ends_by_itself = !write_all();
         {
@@ -88,6 +108,11 @@ private:
         } catch (const std::exception& error) {
             tell_end(error);
         }
+        {
+            const std::lock_guard lock{mutex_};
+            is_complete_ = true;
+        }
+        completed_.notify_all();
         if (ends_by_itself) {
             on_ended_();
         }
@@ -158,6 +183,8 @@ private:
     RecordingFacts facts_;
     std::chrono::seconds second_{0}; ///< of the last picture
     bool ended_{false};
+    bool is_complete_{false};
+    mutable std::condition_variable completed_;
     std::jthread thread_;
 };
 
@@ -180,6 +207,18 @@ RecordingFacts Recorder::facts() const {
 
 bool Recorder::is_running() const {
     return writer_->is_running();
+}
+
+void Recorder::finish() {
+    writer_->finish();
+}
+
+void Recorder::give_up() {
+    writer_->give_up();
+}
+
+bool Recorder::wait_complete(std::chrono::milliseconds time) const {
+    return writer_->wait_complete(time);
 }
 
 } // namespace velmora

@@ -43,7 +43,7 @@ public:
     /// itself: the limit is reached, or the disk is full or gone, which is told; the file is complete then
     /// @throws RecordingError
     Recorder(const RecorderSetup& setup, std::function<void()> on_ended);
-    /// Writes what waits, then closes the file.
+    /// Writes what waits, then closes the file: this takes as long as the disk does.
     ~Recorder();
     Recorder(const Recorder&) = delete;
     Recorder& operator=(const Recorder&) = delete;
@@ -56,6 +56,14 @@ public:
     RecordingFacts facts() const;
     /// It has not ended by itself.
     bool is_running() const;
+
+    /// Takes no more blocks; what waits is still written. Does not wait for it.
+    void finish();
+    /// Leaves out what waits, which is counted and told. A write in progress cannot be interrupted.
+    void give_up();
+    /// Waits until the file is complete, or for the time.
+    /// @return it is, and destruction takes no time
+    bool wait_complete(std::chrono::milliseconds time) const;
 
 private:
     class Writer;
