@@ -28,7 +28,7 @@ struct Change {
     std::function<void(StreamRecipe& first, StreamRecipe& second)> make{};
     std::function<Bytes(const Bytes& second)> edit{};
     int v_codec{27};
-    int a_codec{0x15001}; ///< MPEG sound of any layer
+    int a_codec{0x15000};
     int width{320};
     bool loses_nothing{false};
 

@@ -16,7 +16,7 @@ namespace {
 constexpr unsigned video_pid = 0x100;
 constexpr unsigned sound_pid = 0x101;
 constexpr unsigned unknown_type = 0x9B;
-constexpr int mpeg_sound = 0x15001;
+constexpr int mpeg_sound = 0x15000;
 constexpr int h264 = 27;
 
 bool everywhere(double /*place*/) {
