@@ -378,6 +378,7 @@ void LiveView::update_facts() {
     facts_.video_codec = has_video ? selection->video->codec : AV_CODEC_ID_NONE;
     const bool has_sound = selection && selection->audio;
     facts_.audio_codec = has_sound ? selection->audio->codec : AV_CODEC_ID_NONE;
+    facts_.sample_rate = facts_.audio_bitrate = facts_.channels = facts_.bits_per_sample = 0;
     if (has_sound) {
         sound_.report(facts_); // the tables do not tell the layer of MPEG sound, its decoder does
     }

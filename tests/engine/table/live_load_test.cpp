@@ -1,0 +1,128 @@
+// Live streams of a high rate while whoever shows them stands still.
+#include "live_under_test.h"
+#include "packet_edit.h"
+#include "scratch_files.h"
+#include "stderr_capture.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <cstring>
+#include <span>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using namespace std::chrono_literals;
+using packet_edit::packet_size;
+
+constexpr int view_mask = 1 << STREAMING_BIT;
+constexpr int record_mask = 1 << RECORD_BIT;
+constexpr int seconds_sent = 4;
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+constexpr double full_rate = 0.2; ///< what a build that checks everything is asked for
+#else
+constexpr double full_rate = 1;
+#endif
+
+/// Fills the stream up with null packets, evenly.
+Bytes padded(const Bytes& stream, double bytes_per_second) {
+    const auto packets = stream.size() / packet_size;
+    const double wanted = bytes_per_second * seconds_sent / packet_size;
+    const double each = std::max(wanted / static_cast<double>(packets) - 1, 0.0);
+    Bytes null_packet(packet_size, 0xFF);
+    std::ranges::copy(std::array<std::uint8_t, 4>{0x47, 0x1F, 0xFF, 0x10}, null_packet.begin());
+    Bytes result;
+    double owed = 0;
+    for (std::size_t i = 0; i < packets; ++i) {
+        const auto packet = std::span{stream}.subspan(i * packet_size, packet_size);
+        result.insert(result.end(), packet.begin(), packet.end());
+        for (owed += each; owed >= 1; owed -= 1) {
+            result.insert(result.end(), null_packet.begin(), null_packet.end());
+        }
+    }
+    return result;
+}
+
+std::size_t first_video_packet(const Bytes& stream) {
+    std::size_t at = 0;
+    while (stream[at + 1] != 0x41 || stream[at + 2] != 0) {
+        at += packet_size;
+    }
+    return at;
+}
+
+class LiveLoad : public testing::Test {
+protected:
+    /// Views and records the stream while the overlay callback stands still for two seconds.
+    void expect_recorded_whole(const Bytes& stream) {
+        record_setup_t setup{};
+        std::strncpy(setup.directory_path, scratch_.path().c_str(), sizeof setup.directory_path - 1);
+        engine_.table().Velmora_set_record_param(engine_.handle(), setup);
+        SendRecipe recipe;
+        recipe.target.port = free_udp_port();
+        std::atomic<bool> has_stood_still{false};
+        engine_.set_in_callback([this, &has_stood_still] {
+            if (engine_.picture_count() >= 10 && !has_stood_still.exchange(true)) {
+                std::this_thread::sleep_for(2s); // what is tested, not a wait
+            }
+        });
+        ASSERT_EQ(view(engine_, live_setup(recipe.target.port), view_mask | record_mask), 0);
+        const StreamSender sender{stream, recipe};
+        sender.wait();
+        const auto expected = std::span{stream}.subspan(first_video_packet(stream));
+        const std::size_t size = 2 * packet_size + expected.size();
+        EXPECT_TRUE(engine_.wait_for_info([&](const velmora_info_t& info) {
+            return info.record_info.kb_size == static_cast<std::int32_t>(size / 1024);
+        })) << engine_.info().record_info.kb_size
+            << " of " << size / 1024 << " KiB";
+        EXPECT_TRUE(has_stood_still);
+        EXPECT_TRUE(engine_.wait_for_info([this](const velmora_info_t&) {
+            return engine_.last_number().value_or(0) >= 25 * seconds_sent - 10;
+        })) << "back to live";
+        const std::filesystem::path file = engine_.info().record_info.file_name;
+        engine_.table().Velmora_stop(engine_.handle(), view_mask | record_mask);
+        const Bytes recorded = read_bytes(file);
+        ASSERT_EQ(recorded.size(), size);
+        EXPECT_TRUE(std::ranges::equal(std::span{recorded}.subspan(2 * packet_size), expected));
+        for (const std::string& line : errors_.lines()) {
+            EXPECT_EQ(line.find("found no room"), std::string::npos) << line;
+        }
+    }
+
+    StderrCapture errors_;
+    ScratchFolder scratch_;
+    EngineLibrary library_;
+    EngineUnderTest engine_{library_};
+};
+
+TEST_F(LiveLoad, EightyMegabitsAreReceivedWholeWhileNothingIsShown) {
+    const StreamRecipe recipe = small_live_stream();
+    ASSERT_EQ(recipe.duration, seconds_sent);
+    expect_recorded_whole(padded(stream_bytes(recipe), 10e6 * full_rate));
+}
+
+/// Pictures of the full rate, though most of it is filler: what is tested is the way to the decoder.
+TEST_F(LiveLoad, FortyMegabitsOfPicturesAreRecordedWholeOnABusyMachine) {
+    StreamRecipe recipe = small_live_stream();
+    recipe.bitrate = full_rate == 1 ? "40M" : "8M";
+    recipe.video_options = "-x264-params nal-hrd=cbr:qpmin=30";
+    const Bytes stream = stream_bytes(recipe);
+    ASSERT_GT(static_cast<double>(stream.size()), 4.5e6 * full_rate * seconds_sent);
+    std::vector<std::jthread> hogs;
+    for (int i = 0; i < 2; ++i) {
+        hogs.emplace_back([](const std::stop_token& stop) {
+            while (!stop.stop_requested()) {
+                // Busy.
+            }
+        });
+    }
+    expect_recorded_whole(stream);
+}
+
+} // namespace
