@@ -44,6 +44,7 @@ run_tests asan --label-exclude 'end_to_end|display' --exclude-regex 'TrickPace|P
 
 build tsan engine_audio_tests engine_blocks_tests engine_live_tests engine_receive_tests engine_record_tests \
     engine_table_tests engine_unit_tests
-run_tests tsan --label-regex engine --exclude-regex 'TrickPace|PlaybackPace'
+# Decoders' own threads are in a library that is not instrumented: nobody could tell a race there.
+run_tests tsan --label-regex engine --exclude-regex 'TrickPace|PlaybackPace|HurryingTrack|SeekInLargePictures'
 
 echo "all tests passed"

@@ -57,6 +57,18 @@ PictureClass picture_class(AVCodecID codec, const AVCodecParserContext& parser,
     return parser.pict_type == AV_PICTURE_TYPE_B ? PictureClass::two_way_reference : PictureClass::reference;
 }
 
+bool begins_anew(AVCodecID codec, std::span<const std::uint8_t> unit) {
+    const auto header = first_slice_header(codec, unit);
+    if (!header || (codec != AV_CODEC_ID_H264 && codec != AV_CODEC_ID_HEVC)) {
+        return false;
+    }
+    if (codec == AV_CODEC_ID_H264) {
+        return (*header & 0x1FU) == 5; // ITU-T H.264 table 7-1
+    }
+    const unsigned type = *header >> 1U & 0x3FU;
+    return type == 19 || type == 20; // ITU-T H.265 table 7-1
+}
+
 void PictureClassShares::count(PictureClass kind) {
     ++counts_[static_cast<std::size_t>(kind)];
     if (std::accumulate(counts_.begin(), counts_.end(), 0) >= most_counted) {

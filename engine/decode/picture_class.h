@@ -23,6 +23,10 @@ enum class PictureClass {
 PictureClass picture_class(AVCodecID codec, const AVCodecParserContext& parser,
                            std::span<const std::uint8_t> unit);
 
+/// Whether no picture from this one on, in the order of decoding, needs one in front of it: H.264 and HEVC
+/// tell by an IDR picture. False when it is not certain.
+bool begins_anew(AVCodecID codec, std::span<const std::uint8_t> unit);
+
 /// Counts the classes of a stream's latest pictures.
 class PictureClassShares {
 public:

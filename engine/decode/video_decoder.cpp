@@ -20,6 +20,10 @@ constexpr double assumed_frame_rate = 25.0;
 constexpr double deepest_reordering = 8.0;
 constexpr double highest_frame_rate = 240.0;
 constexpr int most_threads = 4;
+/// From so many pixels, and for so long a way to the first wanted picture, more threads pay.
+constexpr int large_picture = 1280 * 720;
+constexpr Ticks long_way = std::chrono::milliseconds{300};
+constexpr int hurrying_threads = 2;
 
 std::int64_t ticks_or_none(std::optional<Position> position) {
     return position ? position->time_since_epoch().count() : AV_NOPTS_VALUE;
@@ -33,20 +37,23 @@ CodecParser make_parser(AVCodecID codec) {
     return parser;
 }
 
-} // namespace
-
-VideoDecoder::VideoDecoder(AVCodecID codec)
-    : codec_id_{codec}, parser_{make_parser(codec)}, packet_{make_packet()} {
+CodecContext make_context(AVCodecID codec) {
     const AVCodec* const decoder = avcodec_find_decoder(codec);
     if (decoder == nullptr) {
         throw std::runtime_error{std::string{"no decoder for "} + avcodec_get_name(codec)};
     }
-    context_.reset(avcodec_alloc_context3(decoder));
-    if (!context_) {
+    CodecContext context{avcodec_alloc_context3(decoder)};
+    if (!context) {
         throw std::bad_alloc{};
     }
-    context_->pkt_timebase = AVRational{Timeline::period::num, static_cast<int>(Timeline::period::den)};
+    context->pkt_timebase = AVRational{Timeline::period::num, static_cast<int>(Timeline::period::den)};
+    return context;
 }
+
+} // namespace
+
+VideoDecoder::VideoDecoder(AVCodecID codec)
+    : codec_id_{codec}, context_{make_context(codec)}, parser_{make_parser(codec)}, packet_{make_packet()} {}
 
 void VideoDecoder::accept_damaged_start() {
     context_->flags |= AV_CODEC_FLAG_OUTPUT_CORRUPT;
@@ -83,6 +90,7 @@ void VideoDecoder::finish(Position wanted_from, const Sink& sink) {
         send(nullptr, sink);
         avcodec_flush_buffers(context_.get());
     }
+    is_flushed_ = true;
     renew_parser();
     skip_ = std::exchange(skip_from_key_, std::nullopt).value_or(skip_);
 }
@@ -99,6 +107,7 @@ void VideoDecoder::flush() {
     if (is_open_) {
         avcodec_flush_buffers(context_.get());
     }
+    is_flushed_ = true;
     renew_parser();
     skip_ = std::exchange(skip_from_key_, std::nullopt).value_or(skip_);
 }
@@ -144,6 +153,10 @@ void VideoDecoder::parse(const std::uint8_t* data, int size, std::optional<Posit
             if (skip_from_key_ && kind == PictureClass::key) {
                 skip_ = *std::exchange(skip_from_key_, std::nullopt);
             }
+            if (hurries_to_wanted_ && (is_flushed_ || kind == PictureClass::key)) {
+                choose_threads({unit, static_cast<std::size_t>(unit_size)}, wanted_from, sink);
+            }
+            is_flushed_ = false;
             context_->skip_frame = only_reference ? std::max(skip_, AVDISCARD_NONREF) : skip_;
             const bool comes_late = context_->has_b_frames > 0 || context_->thread_count > 1;
             if (const Sink preview = std::exchange(preview_, nullptr); preview && comes_late) {
@@ -182,16 +195,51 @@ void VideoDecoder::open(std::optional<Position> next_decode) {
     // Without this hint a stream that does not announce its reordering begins with pictures out of order.
     context_->has_b_frames = guess_reordering(next_decode, frame_rate);
     const double pixel_rate = static_cast<double>(parser_->width) * parser_->height * frame_rate;
-    context_->thread_count = 1;
     if (pixel_rate > one_thread_pixel_rate) {
         const auto processors = static_cast<int>(std::thread::hardware_concurrency());
-        context_->thread_count = std::clamp(processors, 1, most_threads);
+        usual_threads_ = std::clamp(processors, 1, most_threads);
     }
+    open_with(usual_threads_);
+    is_open_ = true;
+}
+
+void VideoDecoder::open_with(int threads) {
+    context_->thread_count = threads;
     if (avcodec_open2(context_.get(), context_->codec, nullptr) < 0) {
         throw std::runtime_error{std::string{"the decoder for "} + avcodec_get_name(codec_id_) +
                                  " does not open"};
     }
-    is_open_ = true;
+}
+
+/// More threads from an access point that lies far in front of the first wanted picture, as usual again when
+/// the decoder can be exchanged without losing references.
+void VideoDecoder::choose_threads(std::span<const std::uint8_t> unit, Position wanted_from,
+                                  const Sink& sink) {
+    if (packet_->pts == AV_NOPTS_VALUE || parser_->width * parser_->height < large_picture) {
+        return;
+    }
+    const Position position{Ticks{packet_->pts}};
+    if (is_flushed_ && position + long_way < wanted_from) {
+        exchange(std::max(usual_threads_, hurrying_threads));
+    } else if (position >= wanted_from && context_->thread_count != usual_threads_ &&
+               begins_anew(codec_id_, unit)) {
+        send(nullptr, sink);
+        exchange(usual_threads_);
+    }
+}
+
+/// A decoder that has decoded nothing in the place of the present one.
+void VideoDecoder::exchange(int threads) {
+    if (context_->thread_count == threads) {
+        return;
+    }
+    CodecContext fresh = make_context(codec_id_);
+    fresh->flags = context_->flags;
+    fresh->flags2 = context_->flags2;
+    fresh->thread_type = context_->thread_type;
+    fresh->has_b_frames = context_->has_b_frames;
+    context_ = std::move(fresh);
+    open_with(threads);
 }
 
 void VideoDecoder::send(const AVPacket* packet, const Sink& sink) {

@@ -48,6 +48,9 @@ public:
     /// for the units that precede it in display order, and comes out in order later. Once, where it would not
     /// come out at once anyway.
     void preview_next(Sink preview) { preview_ = std::move(preview); }
+    /// Decodes a long way to the first wanted picture with more threads than plain playing takes: they cost
+    /// more work in sum, but are there sooner.
+    void hurry_to_wanted() { hurries_to_wanted_ = true; }
     /// For a stream that is live: takes each unit for one access unit, instead of waiting for the beginning
     /// of the next one to be sure, until a unit shows that it is not; and decodes without threads that delay.
     void expect_whole_units();
@@ -65,6 +68,9 @@ private:
     void open(std::optional<Position> next_decode);
     int guess_reordering(std::optional<Position> next_decode, double frame_rate) const;
     double guess_frame_rate(std::optional<Position> next_decode) const;
+    void open_with(int threads);
+    void choose_threads(std::span<const std::uint8_t> unit, Position wanted_from, const Sink& sink);
+    void exchange(int threads);
     void send(const AVPacket* packet, const Sink& sink);
     void receive(const Sink& sink);
 
@@ -76,6 +82,9 @@ private:
     std::uint64_t errors_{0};
     bool is_open_{false};
     bool expects_whole_units_{false};
+    bool hurries_to_wanted_{false};
+    bool is_flushed_{true}; ///< nothing was decoded since
+    int usual_threads_{1};
     PictureClassShares shares_;
     AVDiscard skip_{AVDISCARD_DEFAULT};
     std::optional<AVDiscard> skip_from_key_;

@@ -26,6 +26,7 @@ ForwardRun::ForwardRun(std::shared_ptr<const FileSource> source, AccessPointFind
                        std::string name, std::function<bool()> may_grow)
     : points_{points}, outlet_{std::move(outlet)}, name_{std::move(name)}, feed_{std::move(source)} {
     feed_.set_may_grow(std::move(may_grow));
+    video_.hurry_to_wanted();
 }
 
 void ForwardRun::begin_with_preview() {
@@ -288,7 +289,7 @@ void ForwardRun::try_next_approach() {
     if (approach_ == Approach::from_access_point && feed_.units().selection() &&
         feed_.units().selection()->video) {
         approach_ = Approach::from_anywhere;
-        video_ = VideoTrack{};
+        video_ = VideoTrack{}; // without hurry, which needs access points
         video_.accept_damaged_start();
         log_incident("file", "start", name_ + ": no access point, decoding begins without one");
     } else if (approach_ != Approach::sound_only && feed_.units().selection() &&

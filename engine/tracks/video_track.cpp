@@ -30,6 +30,9 @@ bool VideoTrack::begin_stream(const QueuedVideo& queued) {
     if (is_live_) {
         decoder_->expect_whole_units();
     }
+    if (hurries_to_wanted_) {
+        decoder_->hurry_to_wanted();
+    }
     if (accepts_damaged_start_) {
         decoder_->accept_damaged_start();
     }

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <fstream>
 #include <random>
@@ -89,6 +90,27 @@ TEST_P(Seek, ShowsTheExactPicture) {
 
 INSTANTIATE_TEST_SUITE_P(Streams, Seek, testing::ValuesIn(cases()),
                          [](const auto& instance) { return instance.param.name; });
+
+TEST(SeekInLargePictures, IsExactAndGoesOnToTheEnd) {
+    StreamRecipe recipe = twenty_seconds("h264", 50);
+    recipe.width = 1280;
+    recipe.height = 720;
+    recipe.duration = 8;
+    EngineLibrary library;
+    EngineUnderTest engine{library};
+    library.extension().Velmora_set_display_size(engine.handle(), 320, 180);
+    ASSERT_EQ(engine.play(make_stream(recipe), PLAYER_SPD_PAUSE), 0);
+    expect_exact_seeks(engine, 8, 8);
+    engine.seek(5);
+    engine.forget_pictures();
+    engine.resume();
+    ASSERT_TRUE(engine.wait_for_info(
+        [](const velmora_info_t& info) { return info.player_info.state == PLAYRE_STATUS_EOF; }));
+    const auto pictures = engine.pictures();
+    EXPECT_TRUE(std::ranges::is_sorted(pictures, {}, &ReceivedPicture::number));
+    EXPECT_EQ(pictures.back().number, 199U);
+    EXPECT_EQ(engine.info().get_strm_info.inp_dec_error, 0);
+}
 
 std::filesystem::path joined(const std::filesystem::path& first, const std::filesystem::path& second,
                              const std::string& name) {
