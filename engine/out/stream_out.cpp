@@ -16,8 +16,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// Datagrams of this time go out together.
-constexpr auto batch = 1ms;
+/// Datagrams of this time go out together: half of them a little early, the others as much late.
+constexpr auto batch = 2ms;
+/// How often to look whether there is something to send again.
+constexpr auto idle_interval = 5ms;
 constexpr auto filler_interval = 100ms;
 /// A sender that is late catches up so much faster than the stream.
 constexpr double catch_up = 1.5;
@@ -55,12 +57,12 @@ SteadyTime StreamOut::step() {
     if (!goes_on) {
         stretch_.reset();
         keep_waiting(now);
-        return now + batch * 5;
+        return now + idle_interval;
     }
     if (stretch_ != progress.jumps) {
         if (!begin_stretch(progress.position)) {
             keep_waiting(now);
-            return now + batch * 5;
+            return now + idle_interval;
         }
         stretch_ = progress.jumps;
         stretch_begin_ = now;
@@ -70,12 +72,12 @@ SteadyTime StreamOut::step() {
     const auto most = std::chrono::duration_cast<std::chrono::nanoseconds>((now - sent_at_) * catch_up);
     sent_to_ = std::min<std::chrono::nanoseconds>(now - stretch_begin_, sent_to_ + most);
     sent_at_ = now;
-    send_until(sent_to_ + batch);
+    send_until(sent_to_ + batch / 2);
     const PacedPacket* const next = packets_.front();
     if (next == nullptr) {
         sender_.end_datagram();
         keep_waiting(now);
-        return now + batch * 5; // a growing file has more soon
+        return now + idle_interval; // a growing file has more soon
     }
     return std::max(now + batch, stretch_begin_ + next->time);
 }
