@@ -1,6 +1,7 @@
 // A file that is being recorded plays, grows and can be reviewed like any other.
 #include "record/recorder.h"
 
+#include "record/private_disk.h"
 #include "record/stream_feeder.h"
 #include "support/eventually.h"
 #include "table/engine_under_test.h"
@@ -8,7 +9,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <set>
+#include <string>
 #include <thread>
 #include <utility>
 
@@ -124,6 +127,35 @@ TEST_F(GrowingRecording, CanBeReviewedAndMarkedInWhatIsWritten) {
     const auto pictures = engine_.pictures();
     EXPECT_TRUE(std::ranges::is_sorted(pictures, std::ranges::greater{},
                                        [](const ReceivedPicture& picture) { return *picture.number; }));
+}
+
+TEST(GrowingRecordingOnASmallDisk, PlaysWhatThereWasRoomForAndEnds) {
+    const ScratchFolder scratch;
+    const Bytes stream = read_bytes(make_stream(ten_seconds()));
+    const auto room = std::to_string(stream.size() / 2 >> 10U) + "k";
+    const bool mounted = with_private_disk(scratch.path(), "size=" + room, false, [&] {
+        RecorderSetup setup;
+        setup.latin1_directory = scratch.path().string();
+        setup.latin1_name = "a.ts";
+        std::atomic<bool> ended{false};
+        Recorder recorder{setup, [&] { ended = true; }};
+        const std::size_t first_part = stream.size() / 4 / 188 * 188;
+        feed(recorder, stream, 0, first_part);
+        ASSERT_TRUE(eventually([&] { return recorder.facts().bytes == first_part; }));
+
+        const EngineLibrary library;
+        EngineUnderTest engine{library};
+        ASSERT_EQ(engine.play(scratch.path() / "a.ts"), 0);
+        feed(recorder, stream, first_part, stream.size());
+        ASSERT_TRUE(eventually([&] { return ended.load(); })) << "the disk is full";
+        ASSERT_TRUE(engine.wait_for_info(is_ended));
+        EXPECT_GE(engine.last_number(), last_picture / 3) << "what came after playing had begun";
+        EXPECT_LT(engine.last_number(), last_picture * 2 / 3);
+        EXPECT_EQ(engine.info().player_info.is_recording, 0);
+    });
+    if (!mounted) {
+        GTEST_SKIP() << "no right to mount";
+    }
 }
 
 } // namespace
