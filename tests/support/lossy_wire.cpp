@@ -22,9 +22,9 @@ sockaddr_in socket_address(std::uint32_t address, unsigned port) {
 
 LossyWire::LossyWire(const WireTarget& target, Fate fate)
     : target_{target}, fate_{std::move(fate)}, socket_{::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)} {
-    const in_addr loopback{.s_addr = htonl(INADDR_LOOPBACK)};
+    const in_addr interface { .s_addr = htonl(target.source != 0 ? target.source : INADDR_LOOPBACK) };
     const sockaddr_in source = socket_address(target.source, 0);
-    if (::setsockopt(socket_, IPPROTO_IP, IP_MULTICAST_IF, &loopback, sizeof loopback) != 0 ||
+    if (::setsockopt(socket_, IPPROTO_IP, IP_MULTICAST_IF, &interface, sizeof interface) != 0 ||
         ::bind(socket_, reinterpret_cast<const sockaddr*>(&source), sizeof source) != 0) {
         ::close(socket_);
         throw std::runtime_error("cannot send from this address");

@@ -17,11 +17,12 @@ struct DatagramFate {
 
 /** Where datagrams go. */
 struct WireTarget {
-    std::uint32_t address = 0x7F000001; /* IPv4 in host byte order; a group is sent to over the loopback */
+    std::uint32_t address =
+        0x7F000001; /* IPv4 in host byte order; a group is sent to over the source's interface */
     std::uint16_t port = 0;
-    int ports = 1; /* datagrams go to this many ports from `port` on, in turn */
-    std::uint32_t source =
-        0; /* address to send from (all of 127.0.0.0/8 are there); 0: the system's choice */
+    int ports = 1;            /* datagrams go to this many ports from `port` on, in turn */
+    std::uint32_t source = 0; /* address to send from (all of 127.0.0.0/8 are there); 0: the system's choice,
+                                 the loopback for groups */
 };
 
 class LossyWire {

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <utility>
+
 namespace velmora {
 namespace {
 
@@ -95,8 +98,8 @@ TEST(LiveClock, ADelayIsAddedAndHidesJitterUpToIt) {
 }
 
 TEST(LiveClock, ASenderClockThatIsOffNeverAccumulates) {
-    for (const int ppm : {-200, 200}) {
-        LiveClock clock{0ms};
+    for (const auto& [ppm, delay] : {std::pair{-200, 0ms}, {200, 0ms}, {-200, 200ms}, {200, 200ms}}) {
+        LiveClock clock{delay};
         SteadyTime due{};
         SteadyTime ready{};
         for (int second = 0; second < 24 * 3600; second += 1) {
@@ -106,8 +109,26 @@ TEST(LiveClock, ASenderClockThatIsOffNeverAccumulates) {
             clock.note(position, ready);
             due = *clock.origin() + std::chrono::seconds{second};
         }
-        EXPECT_GE(due, ready);
-        EXPECT_LE(due - ready, 10ms) << ppm;
+        EXPECT_GE(due, ready + std::max<milliseconds>(delay - 10ms, 0ms)) << ppm;
+        EXPECT_LE(due - ready, delay + 10ms) << ppm;
+    }
+}
+
+TEST(LiveClock, AClockThatRanOnWhileNothingCameIsBackToLiveAtOnce) {
+    Stream stream{0ms};
+    stream.pictures(100, 10ms);
+    constexpr milliseconds suspended{std::chrono::hours{1}};
+    EXPECT_EQ(stream.picture(suspended + 10ms), suspended + 10ms);
+    EXPECT_EQ(stream.pictures(100, suspended + 10ms), suspended + 10ms) << "no faster than it comes";
+}
+
+TEST(LiveClock, AClockThatStoodStillWhileTheStreamWentOnIsBackToLiveAtOnce) {
+    for (const milliseconds delay : {0ms, 200ms}) {
+        Stream stream{delay};
+        stream.pictures(100, 10ms);
+        constexpr milliseconds suspended{std::chrono::hours{1}};
+        EXPECT_EQ(stream.picture(10ms - suspended), 10ms - suspended + delay);
+        EXPECT_EQ(stream.pictures(100, 10ms - suspended), 10ms - suspended + delay);
     }
 }
 

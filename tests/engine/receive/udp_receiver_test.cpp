@@ -10,9 +10,14 @@
 #include <algorithm>
 #include <cstdlib>
 #include <functional>
+#include <latch>
 #include <netinet/in.h>
+#include <optional>
 #include <sched.h>
+#include <string>
 #include <sys/socket.h>
+#include <thread>
+#include <unistd.h>
 
 namespace velmora {
 namespace {
@@ -215,6 +220,86 @@ TEST_F(UdpReceiverTest, JoinsOnInterfacesThatComeUpLater) {
     }}.join();
     if (!is_possible) {
         GTEST_SKIP() << "no network namespace can be made here";
+    }
+}
+
+/// Another machine: a network of its own on a thread of its own, where something is done when it is told to.
+class OtherMachine {
+public:
+    explicit OtherMachine(std::function<void()> action)
+        : action_{std::move(action)}, thread_{[this] {
+              has_network_ = ::unshare(CLONE_NEWNET) == 0;
+              id_ = ::gettid();
+              ready_.count_down();
+              told_.wait();
+              if (has_network_) {
+                  action_();
+              }
+          }} {
+        ready_.wait();
+    }
+
+    bool has_network() const { return has_network_; }
+    pid_t id() const { return id_; }
+    /// Does what it is for, to the end.
+    void act() {
+        told_.count_down();
+        thread_.join();
+    }
+    ~OtherMachine() {
+        if (thread_.joinable()) {
+            has_network_ = false;
+            act();
+        }
+    }
+    OtherMachine(const OtherMachine&) = delete;
+    OtherMachine& operator=(const OtherMachine&) = delete;
+
+private:
+    std::function<void()> action_;
+    std::latch ready_{1};
+    std::latch told_{1};
+    bool has_network_{false};
+    pid_t id_{0};
+    std::thread thread_;
+};
+
+bool run(const std::string& command) {
+    return std::system(command.c_str()) == 0;
+}
+
+TEST_F(UdpReceiverTest, KeepsItsGroupWhileInterfacesComeGoAndChangeTheirAddress) {
+    std::optional<StreamSender> sender;
+    SendRecipe how = recipe(group);
+    how.target.source = 0x0A090002; // 10.9.0.2
+    how.loops = true;
+    how.bytes_per_second = 1e5;
+    OtherMachine other{[&] {
+        ASSERT_TRUE(run("ip address add 10.9.0.2/24 dev far && ip link set far up"));
+        sender.emplace(stream, how);
+    }};
+    bool is_possible = false;
+    std::thread{[&] {
+        const std::string cable =
+            "ip link add near type veth peer name far netns " + std::to_string(other.id());
+        is_possible = other.has_network() && ::unshare(CLONE_NEWNET) == 0 && run(cable + " 2>&1");
+        if (!is_possible) {
+            return;
+        }
+        const auto receiver = receive_by(Protocol_UDPTS, group);
+        ASSERT_TRUE(run("ip address add 10.9.0.1/24 dev near && ip link set near up"));
+        other.act();
+        EXPECT_TRUE(collector.wait_for(1)) << "on an interface that came later";
+        ASSERT_TRUE(run("ip address flush dev near && ip address add 10.9.0.77/24 dev near"));
+        collector.clear();
+        EXPECT_TRUE(collector.wait_for(20'000)) << "behind a change of the address";
+        ASSERT_TRUE(run("ip link set near down"));
+        collector.clear();
+        ASSERT_TRUE(run("ip link set near up"));
+        EXPECT_TRUE(collector.wait_for(20'000)) << "behind an interruption";
+    }}.join();
+    if (!is_possible) {
+        GTEST_SKIP() << "no networks can be made here";
     }
 }
 

@@ -181,6 +181,26 @@ TEST_F(LiveView, TheDisplayComesBackWithThePictureThatIsLiveNow) {
     EXPECT_LT(numbers(engine_).back(), 1000U);
 }
 
+TEST_F(LiveView, ASilenceOfMoreThanFiveSecondsKeepsThePictureAndEndsByItself) {
+    ASSERT_EQ(view(engine_, live_setup(port_)), 0);
+    SendRecipe recipe = to_port();
+    recipe.loops = true;
+    StreamSender sender{stream_bytes(small_live_stream()), recipe};
+    ASSERT_TRUE(engine_.wait_for_pictures(20));
+    sender.pause();
+    const auto last = engine_.last_number();
+    std::this_thread::sleep_for(5500ms); // so long nothing comes
+    const velmora_info_t info = engine_.info();
+    EXPECT_EQ(info.action_bit, view_mask);
+    EXPECT_EQ(info.inp_width, 320);
+    EXPECT_EQ(info.get_strm_info.imp_bitrate, 0);
+    EXPECT_LE(*engine_.last_number(), *last + 5) << "nothing but what was on its way";
+    engine_.forget_pictures();
+    sender.resume();
+    ASSERT_TRUE(engine_.wait_for_pictures(10, 2s));
+    EXPECT_EQ(engine_.info().get_strm_info.inp_dec_error, 0);
+}
+
 TEST_F(LiveView, WhatIsReceivedIsSentOnWhereAsked) {
     EngineUnderTest other{library_};
     const std::uint16_t second_port = free_udp_port();
