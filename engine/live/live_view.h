@@ -1,11 +1,11 @@
 // Shows a live stream: takes packets, decodes, offers pictures and sound as early as they can be shown.
 #pragma once
 
-#include "live/arrival_meter.h"
 #include "live/live_clock.h"
 #include "media/packet_block.h"
 #include "present/audio_out.h"
 #include "present/picture_source.h"
+#include "tracks/arrival_meter.h"
 #include "tracks/sound_track.h"
 #include "tracks/stream_facts.h"
 #include "tracks/unit_sorter.h"

@@ -1,10 +1,10 @@
 // A live stream on its way from the network to viewing, recording and forwarding.
 #pragma once
 
-#include "live/arrival_meter.h"
 #include "live/stream_backlog.h"
 #include "media/packet_block.h"
 #include "receive/receiver.h"
+#include "tracks/arrival_meter.h"
 #include "velmoraapi.h"
 
 #include <cstdint>

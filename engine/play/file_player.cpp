@@ -153,6 +153,8 @@ void FilePlayer::report(velmora_info_t& info) const {
     const IndexExtent extent = index_->extent();
     board_.report(info, position, extent.likely_end().time_since_epoch());
     info.player_info.is_recording = extent.growing ? 1 : 0;
+    const std::lock_guard lock{mutex_};
+    info.get_strm_info.d_bitrate = data_meter_.kilobits_per_second(SteadyClock::now());
 }
 
 void FilePlayer::wake() {
@@ -253,8 +255,17 @@ void FilePlayer::wait_for_work(const std::stop_token& stop) {
 
 /// @return when there is more to hand out
 std::optional<SteadyTime> FilePlayer::hand_out_data() {
-    return other_ ? std::nullopt
-                  : data_.hand_out(pictures_->clock.snapshot(), SteadyClock::now(), hooks_.on_data);
+    if (other_) {
+        return std::nullopt;
+    }
+    const SteadyTime now = SteadyClock::now();
+    return data_.hand_out(pictures_->clock.snapshot(), now, [&](std::span<const std::uint8_t> unit) {
+        {
+            const std::lock_guard lock{mutex_};
+            data_meter_.add(unit.size(), now);
+        }
+        hooks_.on_data(unit);
+    });
 }
 
 /// @return false while a wanted position is not known yet

@@ -13,6 +13,7 @@
 #include "play/playback_board.h"
 #include "play/tempo.h"
 #include "present/picture_source.h"
+#include "tracks/arrival_meter.h"
 
 #include <condition_variable>
 #include <functional>
@@ -147,6 +148,7 @@ private:
     bool run_begun_{false}; ///< the clock follows the active run
     Rest rest_{Rest::none};
     bool woken_{false};
+    mutable ArrivalMeter data_meter_; ///< looking forgets what is old
 
     std::unique_ptr<IndexScanner> scanner_;
     std::jthread thread_;

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cmath>
 #include <fstream>
 #include <iterator>
 #include <netinet/in.h>
@@ -81,6 +82,10 @@ TEST_P(DataForwarding, EveryUnitOfAPlayedFileArrivesOnceUnchangedInOrder) {
     const DataStream made = with_data(short_stream(), GetParam());
     forward();
     ASSERT_EQ(engine_.play(scratch_.write("data.ts", made.stream)), 0);
+    const auto rate = static_cast<double>(joined(made.units).size() * 8) / 1000 / 2; // two seconds
+    EXPECT_TRUE(engine_.wait_for_info([&](const velmora_info_t& info) {
+        return std::abs(info.get_strm_info.d_bitrate - rate) < rate / 3;
+    })) << engine_.info().get_strm_info.d_bitrate;
     const auto received = collector_.take(made.units.size());
     EXPECT_EQ(received, made.units);
     EXPECT_EQ(written(joined(made.units).size()), joined(made.units));

@@ -1,4 +1,4 @@
-#include "live/arrival_meter.h"
+#include "tracks/arrival_meter.h"
 
 #include <chrono>
 
