@@ -28,9 +28,11 @@ struct ReceiverSetup {
 
 /// What was received so far.
 struct ReceptionFacts {
-    std::uint32_t sender{0};            ///< of the last datagram, IPv4 in host byte order; 0 = none yet
-    std::uint64_t bytes{0};             ///< of transport packets handed on
-    std::uint64_t lost_in_network{0};   ///< datagrams, by RTP's sequence numbers
+    std::uint32_t sender{0}; ///< of the last datagram, IPv4 in host byte order; 0 = none yet
+    std::uint64_t bytes{0};  ///< of transport packets handed on
+    /// Datagrams, by RTP's sequence numbers; of RTSP the units of a transport stream that came damaged: what
+    /// is missing of other streams libavformat does not tell.
+    std::uint64_t lost_in_network{0};
     std::uint64_t dropped_by_kernel{0}; ///< datagrams for which the socket's buffer had no room
 };
 

@@ -32,7 +32,7 @@ RtspReceiver::RtspReceiver(const ReceiverSetup& setup, BlockSink sink)
       sink_{std::move(sink)}, thread_{[this](const std::stop_token& stop) { run(stop); }} {}
 
 ReceptionFacts RtspReceiver::facts() const {
-    return {.sender = sender_, .bytes = bytes_};
+    return {.sender = sender_, .bytes = bytes_, .lost_in_network = damaged_};
 }
 
 void RtspReceiver::run(const std::stop_token& stop) {
@@ -96,7 +96,9 @@ RtspReceiver::Outcome RtspReceiver::stream(RtspConnection& connection, const std
             muxer.emplace(connection.format(), runs_++);
         }
         const SteadyTime now = SteadyClock::now();
+        const std::uint64_t damaged_before = muxer->damaged();
         muxer->write(*packet, clock, now);
+        damaged_ += muxer->damaged() - damaged_before;
         av_packet_unref(packet.get());
         hand_on(muxer->take_packets(), now);
     }

@@ -43,6 +43,7 @@ private:
     unsigned runs_{0}; ///< of the transport stream
     std::atomic<std::uint32_t> sender_{0};
     std::atomic<std::uint64_t> bytes_{0};
+    std::atomic<std::uint64_t> damaged_{0};
     std::mutex pause_mutex_;
     std::condition_variable_any pause_;
     std::jthread thread_;

@@ -19,6 +19,7 @@ constexpr int clock_interval_ms = 40;
 /// How far the stream's clock is ahead of what is to be decoded.
 constexpr std::int64_t clock_lead_us = 100'000;
 constexpr unsigned table_versions = 32;
+constexpr unsigned first_pid = 0x100;
 
 bool has_a_place(const AVCodecParameters& parameters) {
     switch (parameters.codec_id) {
@@ -79,6 +80,7 @@ TransportMuxer::TransportMuxer(const AVFormatContext& source, unsigned run) {
     options.set("pat_period", seconds_text(tables_interval_ms));
     options.set("pcr_period", clock_interval_ms);
     options.set("pes_payload_size", 0);
+    options.set("mpegts_start_pid", static_cast<int>(first_pid));
     if (const int error = avformat_write_header(format_.get(), options.get()); error < 0) {
         throw std::runtime_error("the source's streams cannot be muxed: " + error_text(error));
     }
@@ -133,9 +135,26 @@ void TransportMuxer::write_unit(AVPacket& unit, Track& track, RemuxClock& clock,
     if (find_access_point(track.codec, bytes, true).verdict == AccessPointVerdict::point) {
         unit.flags |= AV_PKT_FLAG_KEY;
     }
+    if ((unit.flags & AV_PKT_FLAG_CORRUPT) != 0) {
+        ++damaged_;
+        ++counter_shifts_[first_pid + static_cast<unsigned>(track.output)];
+    }
     stamp(unit, track, clock, now);
+    const std::size_t begin = packets_.size();
     if (const int error = av_write_frame(format_.get(), &unit); error < 0) {
         log_incident("live", "muxing", "a received packet was left out: " + error_text(error));
+    }
+    shift_counters(begin);
+}
+
+void TransportMuxer::shift_counters(std::size_t begin) {
+    for (std::size_t at = begin; at + ts_packet_size <= packets_.size(); at += ts_packet_size) {
+        const std::span packet{packets_.data() + at, ts_packet_size};
+        const auto shift = counter_shifts_.find((packet[1] & 0x1FU) << 8U | packet[2]);
+        if (shift != counter_shifts_.end()) {
+            packet[3] =
+                static_cast<std::uint8_t>((packet[3] & 0xF0U) | ((packet[3] + shift->second) & 0x0FU));
+        }
     }
 }
 

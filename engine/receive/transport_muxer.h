@@ -25,6 +25,8 @@ public:
     /// Muxes a packet of the source as it came out of its container. What cannot be muxed is left out with a
     /// line.
     void write(AVPacket& packet, RemuxClock& clock, SteadyTime now);
+    /// Units that came damaged so far. In what is made of them the continuity counters tell it.
+    std::uint64_t damaged() const { return damaged_; }
     /// The transport packets made since the last call.
     std::vector<std::uint8_t> take_packets();
 
@@ -41,11 +43,14 @@ private:
 
     void add_stream(const AVStream& stream);
     void write_unit(AVPacket& unit, Track& track, RemuxClock& clock, SteadyTime now);
+    void shift_counters(std::size_t begin);
     static void stamp(AVPacket& unit, Track& track, RemuxClock& clock, SteadyTime now);
     static int keep(void* self, std::uint8_t* bytes, int size) noexcept;
 
     std::map<int, Track> tracks_; ///< by the source's stream index
     std::vector<std::uint8_t> packets_;
+    std::map<unsigned, unsigned> counter_shifts_; ///< by PID
+    std::uint64_t damaged_{0};
     IoContext io_;
     OutputFormat format_;
 };

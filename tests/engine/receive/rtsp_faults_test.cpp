@@ -4,14 +4,18 @@
 #include "receive/fake_rtsp_server.h"
 #include "support/rtsp_server_process.h"
 #include "support/stream_maker.h"
+#include "ts/continuity.h"
 #include "ts/ts_packet.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
 #include <functional>
+#include <iterator>
 #include <mutex>
 #include <netinet/in.h>
+#include <span>
 
 namespace velmora {
 namespace {
@@ -257,6 +261,54 @@ TEST(RtspStopping, TakesAMomentWhileReceiving) {
         std::ranges::nth_element(times, times.begin() + 1);
         EXPECT_LT(times[1], 110ms) << protocol;
     }
+}
+
+/// A transport stream in RTP over the connection itself (RFC 2326, 10.12), with one RTP packet left out.
+std::string interleaved(const std::vector<std::uint8_t>& stream, std::size_t left_out) {
+    constexpr std::size_t payload = 7 * ts_packet_size;
+    std::string sent;
+    for (std::size_t at = 0, number = 0; at < stream.size(); at += payload, ++number) {
+        const auto part = std::span{stream}.subspan(at, std::min(payload, stream.size() - at));
+        if (number == left_out) {
+            continue;
+        }
+        const std::size_t size = 12 + part.size();
+        sent += {'$', '\0', static_cast<char>(size >> 8U), static_cast<char>(size)};
+        sent += {'\x80', '\x21', static_cast<char>(number >> 8U), static_cast<char>(number)};
+        sent += std::string(4, '\0') + "test"; // time and source
+        sent.append(part.begin(), part.end());
+    }
+    return sent;
+}
+
+TEST(RtspFaults, WhatIsMissingOfATransportStreamIsCountedAndSeenBehind) {
+    StreamRecipe recipe;
+    recipe.width = 320;
+    recipe.height = 240;
+    recipe.bitrate = "400k";
+    recipe.duration = 2;
+    std::ifstream file{make_stream(recipe), std::ios::binary};
+    const std::vector<std::uint8_t> stream{std::istreambuf_iterator<char>{file}, {}};
+    const std::string description =
+        "v=0\r\no=- 1 1 IN IP4 127.0.0.1\r\ns=test\r\nc=IN IP4 0.0.0.0\r\nt=0 0\r\n"
+        "m=video 0 RTP/AVP 33\r\na=control:track1\r\n";
+    const FakeRtspServer server{[&](const std::string& request) {
+        auto answer = describing(description)(request);
+        return asks(request, "PLAY") ? *answer + interleaved(stream, 40) : answer;
+    }};
+    Collector collector;
+    const auto receiver = receive_from(server.url(), collector);
+    ASSERT_TRUE(eventually([&] { return receiver->facts().lost_in_network > 0; }));
+    ASSERT_TRUE(collector.wait_for(stream.size() / 2));
+    EXPECT_EQ(receiver->facts().lost_in_network, 1U);
+    const auto bytes = collector.bytes();
+    ContinuityWatch watch;
+    int broken = 0;
+    for (std::size_t at = 0; at + ts_packet_size <= bytes.size(); at += ts_packet_size) {
+        const auto packet = parse_ts_packet(std::span{bytes}.subspan(at).first<ts_packet_size>(), at);
+        broken += packet && watch.check(*packet) == Continuity::broken ? 1 : 0;
+    }
+    EXPECT_EQ(broken, 1);
 }
 
 } // namespace
