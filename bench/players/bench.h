@@ -4,6 +4,7 @@
 #ifndef BENCH_PLAYERS_BENCH_H
 #define BENCH_PLAYERS_BENCH_H
 
+#include "live/live_player.h"
 #include "players/framebuffer.h"
 #include "players/player.h"
 #include "players/samples.h"
@@ -17,11 +18,13 @@ struct Bench {
     Desktop& desktop;
     std::filesystem::path scratch;
     int rounds;
-    int seconds; /* of the streams that are played from end to end */
+    int seconds;      /* of the streams that are played from end to end, and of watching a live one */
+    std::string part; /* as asked for */
     /** Ours first, then the peer of the ratios. */
     std::vector<std::pair<std::string, TrickPlayerFactory>> trick_players;
     /** Players that only play. */
     std::vector<std::pair<std::string, PlayerFactory>> plain_players;
+    LivePlayers live_players;
 };
 
 inline constexpr Milliseconds patience = std::chrono::seconds(10);
@@ -58,5 +61,15 @@ void compare_reversing(const Bench& bench);
 void compare_racing(const Bench& bench);
 /** Opens a small and a large file. */
 void compare_opening(const Bench& bench);
+/** Joins a live stream in its middle. */
+void compare_zapping(const Bench& bench);
+/** Watches live streams: delay, pictures that are missing, processor time. */
+void compare_watching(const Bench& bench);
+/** Records at rising rates. */
+void compare_recording(const Bench& bench);
+/** Streams a file out. */
+void compare_pacing(const Bench& bench);
+/** Joins and watches live streams with the engine alone, up to its callback. */
+void measure_engine(const Bench& bench);
 
 #endif

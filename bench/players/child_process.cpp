@@ -8,6 +8,7 @@
 #include <spawn.h>
 #include <stdexcept>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -86,4 +87,11 @@ bool ChildProcess::running() const {
     siginfo_t info{};
     return waitid(P_PID, static_cast<id_t>(m_pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
            info.si_pid == 0;
+}
+
+void ChildProcess::wait(Milliseconds limit) const {
+    const auto end = Clock::now() + limit;
+    while (running() && Clock::now() < end) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
 }

@@ -35,6 +35,8 @@ public:
     /** Largest resident memory so far, MiB. */
     double peak_memory() const;
     bool running() const;
+    /** Waits until it ends by itself, at most so long. */
+    void wait(Milliseconds limit) const;
 
 private:
     Clock::time_point m_started = Clock::now();

@@ -1,15 +1,11 @@
+#include "players/peer_commands.h"
 #include "players/player.h"
 
 namespace {
 
 class Ffplay : public Player {
 public:
-    explicit Ffplay(const Stream& stream)
-        : m_process({.arguments = {"ffplay", "-loglevel", "quiet", "-noborder", "-left", "100", "-top", "100",
-                                   "-x", std::to_string(stream.width), "-y", std::to_string(stream.height),
-                                   stream.file.string()},
-                     .environment = {"SDL_AUDIODRIVER=dummy", "SDL_RENDER_DRIVER=software"},
-                     .directory = {}}) {}
+    explicit Ffplay(const Stream& stream) : m_process(ffplay_command(stream, {stream.file.string()})) {}
 
     const ChildProcess& process() const override { return m_process; }
 

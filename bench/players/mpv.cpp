@@ -1,4 +1,5 @@
 #include "players/mpv_control.h"
+#include "players/peer_commands.h"
 #include "players/player.h"
 
 #include <utility>
@@ -11,30 +12,9 @@ std::string seek_margin(const Stream& stream) {
 }
 
 Command command(const Stream& stream, const std::filesystem::path& socket) {
-    const std::string size = std::to_string(stream.width) + "x" + std::to_string(stream.height);
-    return {.arguments = {"mpv",
-                          "--no-config",
-                          "--vo=x11",
-                          "--zimg-scaler=bilinear",
-                          "--zimg-dither=no",
-                          "--ao=null",
-                          "--hwdec=no",
-                          "--no-border",
-                          "--geometry=" + size + "+100+100",
-                          "--no-osc",
-                          "--osd-level=0",
-                          "--no-input-default-bindings",
-                          "--no-terminal",
-                          "--idle=yes",
-                          "--force-window=yes",
-                          "--input-ipc-server=" + socket.string(),
-                          "--keep-open=yes",
-                          "--hr-seek=yes",
-                          "--hr-seek-demuxer-offset=" + seek_margin(stream),
-                          "--rebase-start-time=no",
-                          stream.file.string()},
-            .environment = {},
-            .directory = {}};
+    return mpv_command(stream, {"--idle=yes", "--input-ipc-server=" + socket.string(), "--keep-open=yes",
+                                "--hr-seek=yes", "--hr-seek-demuxer-offset=" + seek_margin(stream),
+                                "--rebase-start-time=no", stream.file.string()});
 }
 
 class Mpv : public TrickPlayer {

@@ -3,6 +3,7 @@
 #include "support/stream_probe.h"
 
 #include <cstdlib>
+#include <fstream>
 #include <stdexcept>
 
 StreamRecipe full_hd(const std::string& codec, const std::string& bitrate, int gop, int seconds) {
@@ -40,7 +41,8 @@ Stream make_numbered_stream(StreamRecipe recipe, int first) {
             .first_time = ProbedStream(file, "v:0").number("start_time")};
 }
 
-RepeatedStream::RepeatedStream(const Stream& stream, int times, const std::filesystem::path& directory)
+RepeatedStream::RepeatedStream(const Stream& stream, int times, const std::filesystem::path& directory,
+                               const std::string& mux_options)
     : m_stream(stream) {
     m_stream.file = directory / "repeated.ts";
     const auto size = std::filesystem::file_size(stream.file) * static_cast<std::uintmax_t>(times);
@@ -48,9 +50,14 @@ RepeatedStream::RepeatedStream(const Stream& stream, int times, const std::files
         throw std::runtime_error("no room for a file of " + std::to_string(size >> 20U) + " MiB in " +
                                  directory.string());
     }
-    const std::string command = "ffmpeg -nostdin -loglevel error -y -stream_loop " +
-                                std::to_string(times - 1) + " -i '" + stream.file.string() + "' -c copy '" +
-                                m_stream.file.string() + "'";
+    const auto list = directory / "repeated.txt";
+    std::ofstream lines(list);
+    for (int i = 0; i < times; ++i) {
+        lines << "file '" << stream.file.string() << "'\nduration " << stream.seconds() << "\n";
+    }
+    lines.close();
+    const std::string command = "ffmpeg -nostdin -loglevel error -y -f concat -safe 0 -i '" + list.string() +
+                                "' -c copy " + mux_options + " '" + m_stream.file.string() + "'";
     // NOLINTNEXTLINE(cert-env33-c): the command is this file's own
     if (std::system(command.c_str()) != 0) {
         throw std::runtime_error("a large file could not be made");

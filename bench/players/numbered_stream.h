@@ -41,8 +41,12 @@ Stream make_numbered_stream(StreamRecipe recipe, int first = 0);
 /** A stream repeated in one file, with time stamps that go on; the file goes away with the object. */
 class RepeatedStream {
 public:
-    /** @param directory room for the file */
-    RepeatedStream(const Stream& stream, int times, const std::filesystem::path& directory);
+    /**
+     * @param directory room for the file
+     * @param mux_options for ffmpeg
+     */
+    RepeatedStream(const Stream& stream, int times, const std::filesystem::path& directory,
+                   const std::string& mux_options = {});
     ~RepeatedStream();
     RepeatedStream(const RepeatedStream&) = delete;
     RepeatedStream& operator=(const RepeatedStream&) = delete;

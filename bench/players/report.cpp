@@ -48,7 +48,7 @@ std::string number(const char* format, double value) {
 }
 
 std::string cell(const Row& row, const std::vector<double>& sorted) {
-    const std::string value = number(row.format, summary(sorted, row.statistic));
+    std::string value = number(row.format, summary(sorted, row.statistic));
     if (sorted.empty() || row.statistic != Statistic::median) {
         return value;
     }
@@ -86,7 +86,9 @@ void print_report(const std::string& title, std::span<const Row> rows, std::span
     for (const Column& column : columns) {
         std::printf("%-24s", column.player.c_str());
     }
-    std::printf("%-16s%s\n", (columns[0].player + "/" + columns[1].player).c_str(), "goal");
+    const bool has_peer = columns.size() > 1;
+    const std::string heading = has_peer ? columns[0].player + "/" + columns[1].player : "";
+    std::printf("%-16s%s\n", heading.c_str(), "goal");
     for (const Row& row : rows) {
         std::printf("%-40s", row.name.c_str());
         std::vector<double> values;
@@ -95,7 +97,7 @@ void print_report(const std::string& title, std::span<const Row> rows, std::span
             values.push_back(summary(sorted, row.statistic));
             std::printf("%-24s", cell(row, sorted).c_str());
         }
-        const double ratio = values[0] / values[1];
+        const double ratio = has_peer ? values[0] / values[1] : not_measured;
         std::printf("%-16s%s\n", number("%.2f", ratio).c_str(), verdict(row.goal, values[0], ratio).c_str());
     }
     std::fflush(stdout);

@@ -28,7 +28,7 @@ struct Row {
     Statistic statistic = Statistic::median;
 };
 
-/** Prints a table; the first column is ours, the second the peer of the ratios. */
+/** Prints a table; the first column is ours, the second, if any, the peer of the ratios. */
 void print_report(const std::string& title, std::span<const Row> rows, std::span<const Column> columns);
 
 #endif
