@@ -121,11 +121,11 @@ TEST_P(LiveChange, IsFollowedByThePictureAndRecordedInOneFile) {
     const auto second = std::ranges::find_if(numbers, [](auto number) { return number >= second_begins; });
     ASSERT_NE(second, numbers.end());
     EXPECT_TRUE(std::ranges::is_sorted(numbers)) << "and no picture is garbage";
-    EXPECT_GE(second - numbers.begin(), picture_rate / 2) << "the first stream was shown";
+    EXPECT_GE(second - numbers.begin(), picture_rate / 3) << "the first stream was shown";
     EXPECT_LT(*second, second_begins + picture_rate) << "within a second of the stream";
-    EXPECT_GE(numbers.end() - second, picture_rate);
+    EXPECT_GE(numbers.end() - second, picture_rate / 2);
     if (GetParam().loses_nothing) {
-        EXPECT_LT(*second, second_begins + 5);
+        EXPECT_LT(*second, second_begins + picture_rate / 2) << "before another key picture";
     }
 
     const auto expected = std::span{stream_}.subspan(first_video_packet(stream_));

@@ -83,7 +83,7 @@ protected:
             << " of " << size / 1024 << " KiB";
         EXPECT_TRUE(has_stood_still);
         EXPECT_TRUE(engine_.wait_for_info([this](const velmora_info_t&) {
-            return engine_.last_number().value_or(0) >= 25 * seconds_sent - 10;
+            return engine_.last_number().value_or(0) >= 25 * (seconds_sent - 1);
         })) << "back to live";
         const std::filesystem::path file = engine_.info().record_info.file_name;
         engine_.table().Velmora_stop(engine_.handle(), view_mask | record_mask);
