@@ -26,6 +26,8 @@ public:
                          const TimeAnchor& anchor);
 
     void feed(const TsPacket& packet);
+    /// Offset of the latest unit, while more of it is needed to tell whether it is an access point.
+    std::optional<std::uint64_t> undecided() const { return unit_ ? unit_->offset : unit_offset_; }
     /// Decides the unit in progress; the extent is complete afterwards.
     void finish();
     /// Publishes the extent found so far.

@@ -57,6 +57,7 @@ void LiveChannel::set_recording(const record_setup_t& setup) {
         recording.latin1_name = setup.file_name;
     }
     recording.limit = std::chrono::seconds{std::max(setup.time_seconds, 0)};
+    recording.cycle = std::chrono::seconds{setup.is_cyclic != 0 ? std::max(setup.cyclic_time_sec, 0) : 0};
     recording.writes_index = setup.is_trick_mode != 0;
     const std::lock_guard lock{mutex_};
     recording_ = std::move(recording);

@@ -3,11 +3,9 @@
 #include "diagnostics/log.h"
 #include "file/tag_list.h"
 #include "record/block_backlog.h"
-#include "record/recording.h"
-#include "record/recording_name.h"
+#include "record/recorded_files.h"
 
 #include <condition_variable>
-#include <ctime>
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -24,19 +22,14 @@ constexpr std::size_t worthwhile_write = std::size_t{256} << 10U;
 /// What arrived is in the file after this time, so that a player can follow it closely.
 constexpr auto longest_wait = 200ms;
 
-std::string name_of(const RecorderSetup& setup) {
-    return setup.latin1_name && !setup.latin1_name->empty() ? *setup.latin1_name
-                                                            : recording_name(std::time(nullptr));
-}
-
 } // namespace
 
 class Recorder::Writer {
 public:
     Writer(const RecorderSetup& setup, std::function<void()> on_ended)
-        : recording_{setup.latin1_directory, name_of(setup), setup.writes_index}, limit_{setup.limit},
-          on_ended_{std::move(on_ended)}, tags_{recording_.path()} {
-        facts_.path = recording_.path();
+        : files_{setup}, limit_{setup.limit}, on_ended_{std::move(on_ended)}, tags_{std::make_unique<TagList>(
+                                                                                  files_.path())} {
+        facts_.path = files_.path();
         thread_ = std::jthread{[this] { run(); }};
     }
     ~Writer() { backlog_.close(); }
@@ -57,7 +50,7 @@ public:
     void mark() {
         {
             const std::lock_guard lock{mutex_};
-            tags_.mark(static_cast<int>(second_.count()));
+            tags_->mark(static_cast<int>(second_.count()));
         }
         backlog_.wake();
     }
@@ -103,8 +96,9 @@ private:
         }
         backlog_.close();
         try {
-            recording_.finish();
-            tags_.save();
+            files_.finish();
+            update_facts();
+            tags_->save();
         } catch (const std::exception& error) {
             tell_end(error);
         }
@@ -123,8 +117,8 @@ private:
         try {
             while (!backlog_.is_drained()) {
                 write(backlog_.take(longest_wait));
-                tags_.save();
-                if (limit_ > 0s && facts_.length >= limit_) {
+                tags_->save();
+                if (limit_ > 0s && files_.total_length() >= limit_) {
                     return false;
                 }
             }
@@ -147,39 +141,37 @@ private:
         for (const SharedBlock& block : blocks) {
             bytes_.insert(bytes_.end(), block->bytes.begin(), block->bytes.end());
         }
-        first_arrival_ = first_arrival_ ? first_arrival_ : blocks.front()->arrived;
-        const auto elapsed = blocks.back()->arrived - *first_arrival_;
         try {
-            recording_.write(bytes_);
+            files_.write(bytes_, blocks.front()->arrived, blocks.back()->arrived);
         } catch (const RecordingError&) {
-            update_facts(elapsed);
+            update_facts();
             throw;
         }
-        update_facts(elapsed);
+        update_facts();
     }
 
-    /// @param elapsed since the first packets arrived: the length where the stream itself tells none
-    void update_facts(SteadyClock::duration elapsed) {
-        using std::chrono::duration_cast;
-        using std::chrono::seconds;
-        const IndexExtent extent = recording_.extent();
-        const bool is_timed = extent.end > Position{};
+    void update_facts() {
+        if (files_.path() != facts_.path) {
+            tags_->save();
+            auto tags = std::make_unique<TagList>(files_.path());
+            const std::lock_guard lock{mutex_};
+            tags_.swap(tags);
+        }
         const std::lock_guard lock{mutex_};
-        facts_.bytes = recording_.bytes();
-        facts_.length = is_timed ? duration_cast<seconds>(extent.end.time_since_epoch())
-                                 : duration_cast<seconds>(elapsed);
-        second_ = is_timed ? duration_cast<seconds>(extent.last_picture.time_since_epoch()) : facts_.length;
+        facts_.path = files_.path();
+        facts_.bytes = files_.bytes();
+        facts_.length = files_.length();
+        second_ = files_.last_second();
     }
 
-    Recording recording_; ///< the writer's thread only, once it runs
+    RecordedFiles files_; ///< the writer's thread only, once it runs
     const std::chrono::seconds limit_;
     const std::function<void()> on_ended_;
     BlockBacklog backlog_{backlog_capacity, worthwhile_write};
-    std::vector<std::uint8_t> bytes_;         ///< the writer's thread only
-    std::optional<SteadyTime> first_arrival_; ///< the writer's thread only
-    TagList tags_;
+    std::vector<std::uint8_t> bytes_; ///< the writer's thread only
     mutable std::mutex mutex_;
     // Protected by mutex_, written by the writer's thread:
+    std::unique_ptr<TagList> tags_; ///< of the file being written
     RecordingFacts facts_;
     std::chrono::seconds second_{0}; ///< of the last picture
     bool ended_{false};

@@ -23,19 +23,24 @@ struct RecorderSetup {
     std::string latin1_directory;           ///< taken as it is, or else as the same characters in UTF-8
     std::optional<std::string> latin1_name; ///< of the file; nothing or "": named by the local time
     std::chrono::seconds limit{0};          ///< of the recording's length; 0 = none
+    std::chrono::seconds cycle{0};          ///< at least so much of the latest is kept, not all; 0 = all
     bool writes_index{false};
 };
 
 struct RecordingFacts {
     std::string path;               ///< of the file being written
-    std::uint64_t bytes{0};         ///< written
-    std::chrono::seconds length{0}; ///< by the recorded stream's time stamps, else by the time of arrival
+    std::uint64_t bytes{0};         ///< written to it
+    std::chrono::seconds length{0}; ///< of it, by the stream's time stamps, else by the time of arrival
     std::uint64_t lost{0};          ///< bytes left out because the disk was too slow
 };
 
 /// Owns the file and the thread that writes it. A slow disk never holds up who feeds: what waits is bounded,
 /// what does not fit is left out, counted and told. What arrived is in the file a fifth of a second later,
 /// and in the index after that: players may follow the file while it grows, and a crash leaves both in order.
+///
+/// A cyclic recording consists of files that are one cycle long. Where one ends, at an access point, the next
+/// begins with the tables and goes on with the same packet; the one before the last is deleted then, with its
+/// index and tags.
 class Recorder {
 public:
     /// Creates the file; one whose name is taken becomes name_2, name_3 and so on.

@@ -30,8 +30,9 @@ bool is_directory(const std::string& path) {
 
 } // namespace
 
-Recording::Recording(const std::string& latin1_directory, const std::string& latin1_name, bool writes_index) {
-    create(latin1_directory, latin1_name);
+Recording::Recording(const std::string& latin1_directory, const std::string& latin1_name, bool writes_index,
+                     int first_number) {
+    create(latin1_directory, latin1_name, first_number);
     // Left behind by a recording of this name that was deleted.
     ::unlink((path_ + ".tags").c_str());
     ::unlink((path_ + ".idx").c_str());
@@ -40,7 +41,8 @@ Recording::Recording(const std::string& latin1_directory, const std::string& lat
     }
 }
 
-void Recording::create(const std::string& latin1_directory, const std::string& latin1_name) {
+void Recording::create(const std::string& latin1_directory, const std::string& latin1_name,
+                       int first_number) {
     const std::string utf8_directory = latin1_to_utf8(latin1_directory);
     // One way of writing for directory and name, or players that try both ways would find neither.
     const bool is_taken_as_it_is = latin1_directory != utf8_directory && is_directory(latin1_directory);
@@ -49,13 +51,13 @@ void Recording::create(const std::string& latin1_directory, const std::string& l
     if (!is_directory(directory)) {
         throw RecordingError{directory + " is no directory"};
     }
-    int number = 0;
+    int number = first_number - 1;
     do {
         ++number;
         path_ = directory + '/' + numbered_name(name, number);
         file_ = FileDescriptor{
             ::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC, everybody_may_read)};
-    } while (!file_ && errno == EEXIST && number < most_of_a_name);
+    } while (!file_ && errno == EEXIST && number < first_number + most_of_a_name);
     if (!file_) {
         throw RecordingError{path_ + " cannot be created: " + error_text(errno)};
     }

@@ -20,8 +20,10 @@ public:
     /// Creates the file; one of the same name is never touched.
     /// @param latin1_directory taken as it is, or else as the same characters in UTF-8
     /// @param latin1_name of the file; numbered when it is taken
+    /// @param first_number with which numbering begins: 1 is the name itself
     /// @throws RecordingError
-    Recording(const std::string& latin1_directory, const std::string& latin1_name, bool writes_index);
+    Recording(const std::string& latin1_directory, const std::string& latin1_name, bool writes_index,
+              int first_number = 1);
 
     /// Appends whole packets, and to the index what they hold.
     /// @throws RecordingError when the disk does not take them; the file ends with a whole packet then
@@ -36,7 +38,7 @@ public:
     IndexExtent extent() const { return index_.extent(); }
 
 private:
-    void create(const std::string& latin1_directory, const std::string& latin1_name);
+    void create(const std::string& latin1_directory, const std::string& latin1_name, int first_number);
     void append_all(std::span<const std::uint8_t> packets);
     void look_at(std::span<const std::uint8_t> packets, std::uint64_t offset);
 

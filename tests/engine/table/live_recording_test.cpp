@@ -142,6 +142,31 @@ TEST_F(LiveRecording, WithoutADirectoryNothingIsRecordedAndTheViewGoesOn) {
     EXPECT_EQ(engine_.table().Velmora_start(engine_.handle(), record_mask), 0) << "it can be tried again";
 }
 
+TEST_F(LiveRecording, ACyclicOneKeepsTheLatestSecondsInFilesThatPlay) {
+    record_setup_t setup = record_setup(scratch_.path());
+    setup.is_cyclic = 1;
+    setup.cyclic_time_sec = 2;
+    engine_.table().Velmora_set_record_param(engine_.handle(), setup);
+    ASSERT_EQ(view(engine_, live_setup(port_), view_mask | record_mask), 0);
+    const StreamSender sender{stream_bytes(small_live_stream()), to_port(true)};
+    std::vector<std::filesystem::path> files;
+    while (files.size() < 3) {
+        ASSERT_TRUE(engine_.wait_for_info([&](const velmora_info_t&) {
+            return !recorded().empty() && (files.empty() || recorded() != files.back());
+        }));
+        files.push_back(recorded());
+    }
+    engine_.table().Velmora_stop(engine_.handle(), record_mask);
+    EXPECT_FALSE(std::filesystem::exists(files[0]));
+    EXPECT_FALSE(std::filesystem::exists(files[0].string() + ".idx"));
+    EXPECT_TRUE(std::filesystem::exists(files[2]));
+    engine_.forget_pictures();
+    ASSERT_EQ(engine_.play(files[1]), 0);
+    EXPECT_TRUE(engine_.wait_for_pictures(40));
+    EXPECT_EQ(engine_.info().get_strm_info.inp_dec_error, 0);
+    EXPECT_EQ(engine_.info().player_info.total_second, 2);
+}
+
 TEST_F(LiveRecording, AMarkTagsTheSecondThatIsRecorded) {
     ASSERT_EQ(view(engine_, live_setup(port_), view_mask | record_mask), 0);
     const StreamSender sender{stream_bytes(small_live_stream()), to_port(true)};
