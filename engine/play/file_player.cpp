@@ -492,6 +492,9 @@ void FilePlayer::check_limit() {
             return;
         }
     }
+    if (begin_again()) {
+        return;
+    }
     if (!other_) {
         rest(Rest::at_end, *limit);
     } else if (followed_.is_reverse()) {
@@ -504,6 +507,22 @@ void FilePlayer::check_limit() {
             wake();
         }
     }
+}
+
+/// @return false when it does not repeat, or there is no more than one picture or moment
+bool FilePlayer::begin_again() {
+    if (!setup_.repeats || points_->extent().end <= forward_->feed().units().unit_duration() + Position{}) {
+        return false;
+    }
+    {
+        const std::lock_guard lock{mutex_};
+        if (wanted_position_) {
+            return true; // it waits until the position is known
+        }
+        wanted_position_ = other_ && followed_.is_reverse() ? the_end : Position{};
+    }
+    wake();
+    return true;
 }
 
 void FilePlayer::rest(Rest rest, Position at) {

@@ -38,6 +38,7 @@ public:
         std::string latin1_path;
         Tempo tempo; ///< reverse begins at the end; in pause the first picture is shown
         SidecarUse sidecar{SidecarUse::none};
+        bool repeats{false}; ///< at its end it begins again, in reverse at its start with the end
     };
     /// What the player needs of its surroundings; called on its thread.
     struct Hooks {
@@ -108,6 +109,7 @@ private:
     PlayRun& active() const;
     bool is_suited(const Tempo& tempo) const;
     void check_limit();
+    bool begin_again();
     void rest(Rest rest, Position at);
     void count_decoded(std::uint64_t pictures);
     void update_facts();

@@ -142,7 +142,8 @@ bool Session::start_playback() {
         const auto tempo = tempo_of(setup.direction, setup.speed);
         playback_tempo_ = tempo.value_or(Tempo{});
         FilePlayer::Setup file{text_of(setup.file_name, sizeof setup.file_name), playback_tempo_,
-                               setup.is_trick_mode != 0 ? SidecarUse::kept : SidecarUse::none};
+                               setup.is_trick_mode != 0 ? SidecarUse::kept : SidecarUse::none,
+                               setup.is_cyclic != 0};
         player = std::make_shared<FilePlayer>(
             std::move(file),
             FilePlayer::Hooks{[this] { presenter_.wake(); }, [this] { audio_.discard(); },

@@ -52,6 +52,14 @@ int EngineUnderTest::play_with_index(const std::filesystem::path& file, int spee
     return start(file, setup);
 }
 
+int EngineUnderTest::play_repeated(const std::filesystem::path& file, int speed, int direction) {
+    playback_setup_t setup{};
+    setup.is_cyclic = 1;
+    setup.speed = speed;
+    setup.direction = direction;
+    return start(file, setup);
+}
+
 int EngineUnderTest::start(const std::filesystem::path& file, playback_setup_t setup) {
     std::strncpy(setup.file_name, file.c_str(), sizeof setup.file_name - 1);
     table().Velmora_set_playback_param(handle_, setup);

@@ -59,6 +59,9 @@ public:
              int direction = PLAYER_DIR_FORWARD);
     /// As play, in the mode that keeps an index beside the file.
     int play_with_index(const std::filesystem::path& file, int speed = PLAYER_SPD_NORMAL);
+    /// As play, again and again.
+    int play_repeated(const std::filesystem::path& file, int speed = PLAYER_SPD_NORMAL,
+                      int direction = PLAYER_DIR_FORWARD);
     void set_tempo(int direction, int speed);
     void pause() { set_tempo(PLAYER_DIR_FORWARD, PLAYER_SPD_PAUSE); }
     /// Forward at normal speed.
