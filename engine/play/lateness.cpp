@@ -12,7 +12,7 @@ constexpr Lateness::Lag late_picture = 100ms;
 /// How long a level may take to show that it catches up, and by how much.
 constexpr auto chance = 600ms;
 constexpr Lateness::Lag catching_up = 100ms;
-/// How long pictures must be on time for nothing to be left out any more.
+/// How long pictures must be on time for references not to be left out any more.
 constexpr auto proof = 1s;
 
 } // namespace
@@ -27,7 +27,7 @@ void Lateness::observe(Lag behind, SteadyTime now) {
         if (!on_time_since_) {
             on_time_since_ = now;
         }
-        if (now - *on_time_since_ >= proof) {
+        if (level_ == 1 || now - *on_time_since_ >= proof) {
             level_ = 0;
         }
         return;

@@ -47,7 +47,13 @@ TEST_F(LatenessTest, LeavesOutMoreAndMoreWhileItFallsBehind) {
     EXPECT_EQ(lateness_.skip(), AVDISCARD_NONKEY);
 }
 
-TEST_F(LatenessTest, LeavesNothingOutAgainAfterASecondOnTime) {
+TEST_F(LatenessTest, LeavesNothingOutAsSoonAsItHasCaughtUp) {
+    play(10, 400ms);
+    play(1, 0ms);
+    EXPECT_FALSE(lateness_.is_late());
+}
+
+TEST_F(LatenessTest, LeavesOutReferencesUntilASecondOnTime) {
     play(17, 150ms, 4ms);
     play(20, 0ms);
     EXPECT_EQ(lateness_.skip(), AVDISCARD_BIDIR);
