@@ -30,7 +30,7 @@ TEST_F(LatenessTest, LeavesNothingOutOnTime) {
 }
 
 TEST_F(LatenessTest, LeavesOutOnlyWhatNoOtherPictureNeedsWhileThatCatchesUp) {
-    play(50, 500ms, -10ms);
+    play(35, 500ms, -10ms);
     EXPECT_TRUE(lateness_.is_late());
     EXPECT_EQ(lateness_.skip(), AVDISCARD_NONREF);
 }
