@@ -3,8 +3,9 @@
 # usage: run.sh [PART] [ROUNDS] [SECONDS]
 #   PART     all (default), one of the groups play, trick and live, or one part:
 #            of trick: seek, reverse, race, open; of live: zap, latency, loss, recording, pacing, engine
-#   ROUNDS   how often each player is measured (5; live: 3, where a round is short)
-#   SECONDS  length of the streams that are played from end to end (8), or for which a live one is watched (60)
+#   ROUNDS   how often each player is measured (5; zap: 2)
+#   SECONDS  length of the streams that are played from end to end (8), or for which a live one is watched (60;
+#            the one without delay a quarter of it)
 set -euo pipefail
 
 part=${1:-all}
@@ -53,7 +54,7 @@ Values are medians with (least..largest), or single numbers.
 TEXT
 for group in "${groups[@]}"; do
     case $group in
-    live | zap | latency | loss | recording | pacing | engine) default_rounds=3 default_seconds=60 ;;
+    live | zap | latency | loss | recording | pacing | engine) default_rounds=2 default_seconds=60 ;;
     *) default_rounds=5 default_seconds=8 ;;
     esac
     "$root/scripts/with_virtual_display.sh" "$build/bin/player_bench" "$build/bin" "$scratch" "$scratch" \

@@ -14,7 +14,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr int settling_seconds = 3;
+constexpr int settling_seconds = 2;
 constexpr int starting_seconds = 12; // the longest start of a player, and settling
 
 Milliseconds own_processor_time() {
@@ -28,28 +28,31 @@ struct Case {
     std::string name;
     LiveRecipe recipe;
     bool is_low_delay;
+    int seconds;
     std::vector<std::string> parts;
     std::string peer;
     Goal delay;
 };
 
-std::vector<Case> cases() {
+std::vector<Case> cases(int seconds) {
     using enum Goal::Kind;
     return {
         {"1080p25 H.264, 8 Mbit/s, B-frames, sound",
          live_full_hd(8),
          false,
+         seconds,
          {"latency", "loss"},
          "mpv",
          {ratio_at_most, 0.8}},
         {"720p25 H.264, 4 Mbit/s, without delay",
          live_low_delay(),
          true,
+         seconds / 4, // it has no groups to wait for and no sound
          {"latency"},
          "ffplay",
          {ratio_at_most, 0.6}},
-        {"1080p25 H.264, 20 Mbit/s, B-frames, sound", live_full_hd(20), false, {"loss"}, "mpv", {}},
-        {"1080p25 H.264, 40 Mbit/s, B-frames, sound", live_full_hd(40), false, {"loss"}, "mpv", {}},
+        {"1080p25 H.264, 20 Mbit/s, B-frames, sound", live_full_hd(20), false, seconds, {"loss"}, "mpv", {}},
+        {"1080p25 H.264, 40 Mbit/s, B-frames, sound", live_full_hd(40), false, seconds, {"loss"}, "mpv", {}},
     };
 }
 
@@ -60,10 +63,10 @@ LivePlayers ordered(LivePlayers players, const std::string& peer) {
     return players;
 }
 
-void measure(const Bench& bench, const LivePlayerFactory& factory, const LiveStream& stream,
-             bool is_low_delay, Samples& samples) {
+void measure(const Bench& bench, const LivePlayerFactory& factory, const LiveStream& stream, const Case& test,
+             Samples& samples) {
     const std::uint16_t port = free_udp_port();
-    const auto player = factory({.shown = stream.shown(), .port = port, .is_low_delay = is_low_delay});
+    const auto player = factory({.shown = stream.shown(), .port = port, .is_low_delay = test.is_low_delay});
     player->join();
     if (!wait_for_receiver(port, patience)) {
         return;
@@ -79,8 +82,8 @@ void measure(const Bench& bench, const LivePlayerFactory& factory, const LiveStr
     const std::size_t settled = seen.size();
     const Milliseconds spent_before = player->process().processor_time();
     const Milliseconds own_before = own_processor_time();
-    const auto later = watch.watch_for(Milliseconds(1s * bench.seconds));
-    samples[Quantity::watching].push_back((own_processor_time() - own_before).count() / bench.seconds);
+    const auto later = watch.watch_for(Milliseconds(1s * test.seconds));
+    samples[Quantity::watching].push_back((own_processor_time() - own_before).count() / test.seconds);
     const Milliseconds spent = player->process().processor_time() - spent_before;
     samples[Quantity::datagrams_dropped].push_back(static_cast<double>(datagrams_dropped(port).value_or(0)));
     seen.insert(seen.end(), later.begin(), later.end());
@@ -122,16 +125,16 @@ std::vector<Row> rows(const Goal& delay) {
 void compare(const Bench& bench, const Case& test) {
     std::printf("making %s\n", test.name.c_str());
     std::fflush(stdout);
-    const LiveStream stream(test.recipe, bench.seconds + starting_seconds, bench.scratch);
+    const LiveStream stream(test.recipe, test.seconds + starting_seconds, bench.scratch);
     Bench once = bench;
     once.rounds = 1; // each is long enough
     const auto columns = measure_in_turns(once, ordered(bench.live_players, test.peer),
                                           [&](const LivePlayerFactory& factory, Samples& samples) {
-                                              measure(bench, factory, stream, test.is_low_delay, samples);
+                                              measure(bench, factory, stream, test, samples);
                                           });
     char least[32];
     std::snprintf(least, sizeof(least), "%.0f", stream.least_even_delay().count());
-    print_report(test.name + ", " + std::to_string(bench.seconds) + " s; its time stamps allow a delay of " +
+    print_report(test.name + ", " + std::to_string(test.seconds) + " s; its time stamps allow a delay of " +
                      least + " ms",
                  rows(test.delay), columns);
 }
@@ -139,7 +142,7 @@ void compare(const Bench& bench, const Case& test) {
 } // namespace
 
 void compare_watching(const Bench& bench) {
-    for (const Case& test : cases()) {
+    for (const Case& test : cases(bench.seconds)) {
         if (bench.part == "live" || std::ranges::count(test.parts, bench.part) > 0) {
             compare(bench, test);
         }
