@@ -9,6 +9,8 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr Lateness::Lag late_picture = 100ms;
+/// How long pictures may be late with nothing left out: a machine that stood still soon catches up by itself.
+constexpr auto grace = 150ms;
 /// How long a level may take to show that it catches up, and by how much.
 constexpr auto chance = 600ms;
 constexpr Lateness::Lag catching_up = 100ms;
@@ -33,10 +35,12 @@ void Lateness::observe(Lag behind, SteadyTime now) {
         return;
     }
     on_time_since_.reset();
-    level_ = std::max<std::size_t>(level_, 1);
     if (!late_) {
         late_ = Look{now, behind};
-    } else if (now - late_->since >= chance) {
+    } else if (level_ == 0 && now - late_->since >= grace) {
+        level_ = 1;
+        late_ = Look{now, behind};
+    } else if (level_ > 0 && now - late_->since >= chance) {
         if (behind > late_->behind - catching_up) {
             level_ = std::min(level_ + 1, levels.size() - 1);
         }

@@ -35,13 +35,20 @@ TEST_F(LatenessTest, LeavesOutOnlyWhatNoOtherPictureNeedsWhileThatCatchesUp) {
     EXPECT_EQ(lateness_.skip(), AVDISCARD_NONREF);
 }
 
-TEST_F(LatenessTest, AMomentOfStandstillDoesNotLeaveOutReferences) {
+TEST_F(LatenessTest, AMomentOfStandstillLeavesNothingOut) {
+    play(4, 400ms);
+    play(1, 50ms);
+    play(4, 400ms);
+    EXPECT_FALSE(lateness_.is_late());
+}
+
+TEST_F(LatenessTest, ALongerOneDoesNotLeaveOutReferences) {
     play(10, 400ms);
     EXPECT_EQ(lateness_.skip(), AVDISCARD_NONREF);
 }
 
 TEST_F(LatenessTest, LeavesOutMoreAndMoreWhileItFallsBehind) {
-    play(17, 150ms, 4ms);
+    play(21, 150ms, 4ms);
     EXPECT_EQ(lateness_.skip(), AVDISCARD_BIDIR);
     play(100, 250ms, 4ms);
     EXPECT_EQ(lateness_.skip(), AVDISCARD_NONKEY);
@@ -54,7 +61,7 @@ TEST_F(LatenessTest, LeavesNothingOutAsSoonAsItHasCaughtUp) {
 }
 
 TEST_F(LatenessTest, LeavesOutReferencesUntilASecondOnTime) {
-    play(17, 150ms, 4ms);
+    play(21, 150ms, 4ms);
     play(20, 0ms);
     EXPECT_EQ(lateness_.skip(), AVDISCARD_BIDIR);
     play(10, 0ms);
