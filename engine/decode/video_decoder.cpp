@@ -95,6 +95,13 @@ void VideoDecoder::finish(Position wanted_from, const Sink& sink) {
     skip_ = std::exchange(skip_from_key_, std::nullopt).value_or(skip_);
 }
 
+void VideoDecoder::bring_out(const Sink& sink) {
+    if (is_open_ && expects_whole_units_) {
+        send(nullptr, sink);
+        avcodec_flush_buffers(context_.get());
+    }
+}
+
 void VideoDecoder::renew_parser() {
     parser_ = make_parser(codec_id_);
     if (expects_whole_units_) {

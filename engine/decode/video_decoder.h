@@ -37,6 +37,9 @@ public:
     /// Hands out what is in the pipe, at the end of the stream or in front of a jump of its time stamps.
     /// The next unit must begin at an access point.
     void finish(Position wanted_from, const Sink& sink);
+    /// Hands out what is in the pipe, in front of a unit that needs nothing of it (begins_anew), where units
+    /// are whole.
+    void bring_out(const Sink& sink);
     /// Drops what is in the pipe, before a jump in the file.
     void flush();
     /// Leaves out pictures of these classes. A lower level than one that leaves out references takes effect

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 
 namespace velmora {
 
@@ -9,15 +10,17 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto window_length = 500ms;
+constexpr auto window_length = 400ms;
 /// Whatever was late in this many windows decides what is due.
 constexpr std::size_t windows_of_lateness = 4;
 /// Being early by more than this, a stream has jumped or caught up.
 constexpr auto jump = 500ms;
-/// An excess of delay above this is taken back in one step, one below it unnoticeably.
+/// An excess of delay above this is taken back soon, one below it unnoticeably.
 constexpr auto most_crept = 60ms;
+/// Pictures follow each other twice as fast then: none is passed over.
+constexpr double catching_up = 0.5;
 /// Time taken back per time passed.
-constexpr int creep_divisor = 200;
+constexpr double creep = 0.005;
 
 } // namespace
 
@@ -25,8 +28,7 @@ bool LiveClock::note(Position position, SteadyTime ready) {
     const SteadyTime origin =
         ready - std::chrono::duration_cast<SteadyClock::duration>(position.time_since_epoch());
     if (origin_ && origin + delay_ < *origin_ - jump) {
-        count_ = 0;
-        origin_.reset();
+        restart();
     }
     remember(origin, ready);
     if (!origin_) {
@@ -37,15 +39,20 @@ bool LiveClock::note(Position position, SteadyTime ready) {
     const auto passed = std::max(ready - moved_at_, SteadyClock::duration::zero());
     moved_at_ = ready;
     if (target >= *origin_) {
+        is_catching_up_ = false;
         return move_to(target);
     }
     const auto excess = *origin_ - target;
-    return move_to(excess > most_crept ? target : *origin_ - std::min(excess, passed / creep_divisor));
+    is_catching_up_ = is_catching_up_ || excess > most_crept;
+    const auto step =
+        std::chrono::duration_cast<SteadyClock::duration>(passed * (is_catching_up_ ? catching_up : creep));
+    return move_to(*origin_ - std::min(excess, step));
 }
 
 void LiveClock::restart() {
     count_ = 0;
     origin_.reset();
+    is_catching_up_ = false;
 }
 
 void LiveClock::remember(SteadyTime origin, SteadyTime now) {
@@ -63,14 +70,30 @@ void LiveClock::remember(SteadyTime origin, SteadyTime now) {
     ++window.count;
 }
 
+/// As late as pictures were lately, or have been twice: large key pictures come seconds apart, and are late
+/// each time.
+SteadyTime LiveClock::needed() const {
+    const auto begin = windows_.begin();
+    const auto end = begin + static_cast<std::ptrdiff_t>(count_);
+    const auto lately = end - static_cast<std::ptrdiff_t>(std::min(count_, windows_of_lateness));
+    SteadyTime needed = std::ranges::max_element(lately, end, {}, &Window::latest)->latest;
+    const auto latest = std::ranges::max_element(begin, end, {}, &Window::latest);
+    for (auto window = begin; window != end; ++window) {
+        // One standstill may reach into the window beside it.
+        if (std::abs(window - latest) > 1) {
+            needed = std::max(needed, window->latest);
+        }
+    }
+    return needed;
+}
+
 SteadyTime LiveClock::target() const {
     const auto end = windows_.begin() + static_cast<std::ptrdiff_t>(count_);
-    const auto lately = end - static_cast<std::ptrdiff_t>(std::min(count_, windows_of_lateness));
-    const SteadyTime needed = std::ranges::max_element(lately, end, {}, &Window::latest)->latest;
+    const SteadyTime needed = this->needed();
     if (delay_ == Delay::zero()) {
         return needed;
     }
-    // What wavers within the delay must not add to it: the least disturbed half second is what counts.
+    // What wavers within the delay must not add to it: the least disturbed moment is what counts.
     const SteadyTime undisturbed =
         std::ranges::min_element(windows_.begin(), end, {}, &Window::average)->average();
     return std::max(needed, undisturbed + delay_);

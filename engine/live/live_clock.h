@@ -28,7 +28,7 @@ public:
     std::optional<SteadyTime> origin() const { return origin_; }
 
 private:
-    /// Readiness, as an origin, within half a second.
+    /// Readiness, as an origin, within a moment.
     struct Window {
         SteadyTime begin;
         SteadyTime latest;
@@ -40,13 +40,15 @@ private:
     };
 
     void remember(SteadyTime origin, SteadyTime now);
+    SteadyTime needed() const;
     SteadyTime target() const;
     bool move_to(SteadyTime origin);
 
     Delay delay_;
     std::optional<SteadyTime> origin_;
     SteadyTime moved_at_{};
-    std::array<Window, 8> windows_{}; ///< the youngest last
+    bool is_catching_up_{false};
+    std::array<Window, 12> windows_{}; ///< the youngest last
     std::size_t count_{0};
 };
 

@@ -1,5 +1,6 @@
 #include "live/live_view.h"
 
+#include "decode/picture_class.h"
 #include "diagnostics/log.h"
 #include "ts/access_point.h"
 
@@ -25,7 +26,7 @@ constexpr auto sound_lead = 60ms;
 /// Sound that comes later than this after its pictures is not waited for.
 constexpr auto latest_sound = 1s;
 /// Decoding that is late by this leaves pictures out, and by this goes on at an access point.
-constexpr auto late_decoding = 150ms;
+constexpr auto late_decoding = 400ms;
 constexpr auto lost_decoding = 1s;
 
 bool is_access_point(const QueuedVideo& video) {
@@ -142,6 +143,7 @@ void LiveView::take_apart(const PacketBlock& block) {
     }
     stream_offset_ += bytes.size();
     while (auto video = units_.take_video()) {
+        looked_ahead_ = false;
         keep(*video);
         if (is_shown_) {
             pending_bytes_ += video->unit.bytes.size();
@@ -154,7 +156,19 @@ void LiveView::take_apart(const PacketBlock& block) {
             pending_sound_.push_back({std::move(*sound), block.arrived});
         }
     }
+    look_ahead(block.arrived);
     bound_pending();
+}
+
+/// A decoder gives the last pictures of a group out only with the next key picture, which is long on its way:
+/// its first bytes tell enough.
+void LiveView::look_ahead(SteadyTime arrived) {
+    const auto& selection = units_.selection();
+    if (is_shown_ && !looked_ahead_ && selection && selection->video &&
+        begins_anew(selection->video->codec, units_.video_in_progress())) {
+        looked_ahead_ = true;
+        pending_video_.push_back({std::nullopt, arrived});
+    }
 }
 
 void LiveView::keep(const QueuedVideo& video) {
@@ -251,10 +265,14 @@ bool LiveView::decode_video() {
     }
     PendingVideo next = std::move(pending_video_.front());
     pending_video_.pop_front();
-    pending_bytes_ -= std::min(pending_bytes_, next.unit.unit.bytes.size());
+    pending_bytes_ -= std::min(pending_bytes_, next.bytes());
     keep_up(next.arrived);
     const SteadyTime begin = SteadyClock::now();
-    video_.decode(std::move(next.unit));
+    if (next.unit) {
+        video_.decode(std::move(*next.unit));
+    } else {
+        video_.bring_out();
+    }
     const SteadyTime end = SteadyClock::now();
     // What waited because enough was decoded already could have been ready earlier.
     ready_at_ = was_full_ ? std::min(end, std::max(next.arrived, ready_at_) + (end - begin)) : end;
@@ -272,13 +290,14 @@ void LiveView::keep_up(SteadyTime arrived) {
         return;
     }
     const auto point =
-        std::find_if(pending_video_.rbegin(), pending_video_.rend(),
-                     [](const PendingVideo& pending) { return is_access_point(pending.unit); });
+        std::find_if(pending_video_.rbegin(), pending_video_.rend(), [](const PendingVideo& pending) {
+            return pending.unit && is_access_point(*pending.unit);
+        });
     if (point != pending_video_.rend()) {
         log_incident("live", "late", "decoding does not keep up, went on at a later access point");
         const auto first = std::prev(point.base());
         std::for_each(pending_video_.begin(), first, [this](const PendingVideo& pending) {
-            pending_bytes_ -= std::min(pending_bytes_, pending.unit.unit.bytes.size());
+            pending_bytes_ -= std::min(pending_bytes_, pending.bytes());
         });
         pending_video_.erase(pending_video_.begin(), first);
         video_.restart(Position::min());

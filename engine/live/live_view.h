@@ -58,8 +58,10 @@ public:
 
 private:
     struct PendingVideo {
-        QueuedVideo unit;
+        std::optional<QueuedVideo> unit; ///< nothing: what comes next needs nothing of what was before
         SteadyTime arrived;
+
+        std::size_t bytes() const { return unit ? unit->unit.bytes.size() : 0; }
     };
     struct PendingSound {
         QueuedSound unit;
@@ -70,6 +72,7 @@ private:
     void take_blocks();
     void take_apart(const PacketBlock& block);
     void keep(const QueuedVideo& video);
+    void look_ahead(SteadyTime arrived);
     void follow_shown();
     void bound_pending();
     void drop_to_access_point();
@@ -109,9 +112,10 @@ private:
     std::uint64_t stream_offset_{0}; ///< bytes taken so far
     SteadyTime ready_at_{};          ///< when the pictures decoded last could be ready
     std::optional<SteadyTime> sound_origin_;
-    bool was_full_{false}; ///< decoding waited for room, not for the stream
-    bool is_shown_{false}; ///< what the thread has followed
-    bool offered_{false};  ///< a picture since the beginning or the last jump
+    bool looked_ahead_{false}; ///< the end of a group was found in front of the unit in progress
+    bool was_full_{false};     ///< decoding waited for room, not for the stream
+    bool is_shown_{false};     ///< what the thread has followed
+    bool offered_{false};      ///< a picture since the beginning or the last jump
 
     std::mutex mutex_;
     std::condition_variable_any changed_;

@@ -79,6 +79,12 @@ void VideoTrack::finish() {
     deinterlacer_.drain([this](AvFrame frame) { take_deinterlaced(std::move(frame)); });
 }
 
+void VideoTrack::bring_out() {
+    if (decoder_) {
+        decoder_->bring_out([this](AvFrame frame) { take_frame(std::move(frame)); });
+    }
+}
+
 void VideoTrack::restart(Position wanted_from) {
     if (decoder_) {
         decoder_->flush();

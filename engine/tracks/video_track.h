@@ -22,6 +22,8 @@ public:
     void decode(QueuedVideo queued);
     /// Brings out what is in the pipe, at the end of the file.
     void finish();
+    /// Brings out what is in the pipe in front of a unit that begins anew, of a live stream.
+    void bring_out();
     /// Drops everything, before a jump in the file; pictures before `wanted_from` will not come out.
     void restart(Position wanted_from);
     /// Hands the first picture out before those that have to be decoded for its successors; once.

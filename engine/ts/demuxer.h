@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <deque>
 #include <optional>
+#include <span>
 #include <variant>
 
 namespace velmora {
@@ -38,6 +39,8 @@ public:
     std::optional<DemuxEvent> next();
     /// Hands out the units in progress at the end of the stream.
     void finish();
+    /// What has come of the video's PES packet in progress; valid until the next call.
+    std::span<const std::uint8_t> video_in_progress() const;
     /// Drops units in progress before a jump in the stream.
     /// @param selection what is in force behind the jump, if it is known; else the present one stays
     void restart(const StreamSelection* selection);

@@ -76,6 +76,29 @@ TEST(LiveClock, AStallIsForgottenWithinThreeSeconds) {
     EXPECT_EQ(stream.pictures(75, 10ms), 10ms);
 }
 
+TEST(LiveClock, AfterAStallPicturesFollowEachOtherFasterAndNoneIsPassedOver) {
+    Stream stream{0ms};
+    stream.pictures(100, 10ms);
+    auto due = stream.picture(400ms);
+    for (int i = 0; i < 75; ++i) {
+        const auto next = stream.picture(10ms);
+        EXPECT_GT(interval + next - due, interval / 3) << "from one picture to the next";
+        due = next;
+    }
+}
+
+TEST(LiveClock, KeyPicturesThatAreLateEachTimeMoveWhatIsDueOnlyOnce) {
+    Stream stream{0ms};
+    for (int group = 0; group < 3; ++group) {
+        stream.picture(150ms);
+        stream.pictures(49, 10ms);
+    }
+    for (int group = 0; group < 20; ++group) {
+        EXPECT_GE(stream.picture(150ms), 150ms);
+        EXPECT_GE(stream.pictures(49, 10ms), 145ms) << "group " << group;
+    }
+}
+
 TEST(LiveClock, AStreamThatCatchesUpIsFollowedAtOnce) {
     Stream stream{0ms};
     stream.pictures(100, 10ms);
