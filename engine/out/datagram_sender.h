@@ -6,9 +6,9 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <netinet/in.h>
 #include <span>
 #include <stdexcept>
+#include <sys/socket.h>
 #include <vector>
 
 namespace velmora {
@@ -36,14 +36,19 @@ public:
     void flush(std::uint32_t time);
 
 private:
+    bool connect();
     void begin_datagram();
+    void send_all();
 
     const DatagramTarget target_;
     FileDescriptor socket_;
-    sockaddr_in address_{};
+    bool is_connected_{false};
     std::uint16_t sequence_{0};
     std::uint32_t source_{0};                          ///< SSRC
     std::vector<std::vector<std::uint8_t>> datagrams_; ///< the last one in progress
+    std::vector<std::vector<std::uint8_t>> spare_;     ///< room of datagrams that were sent
+    std::vector<iovec> parts_;                         ///< of the call that sends
+    std::vector<mmsghdr> messages_;                    ///< likewise
 };
 
 } // namespace velmora
