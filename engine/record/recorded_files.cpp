@@ -22,7 +22,7 @@ void remove_recording(const std::string& path) {
 
 } // namespace
 
-RecordedFiles::RecordedFiles(const RecorderSetup& setup) : setup_{setup}, recording_{make_recording()} {
+RecordedFiles::RecordedFiles(RecorderSetup setup) : setup_{std::move(setup)}, recording_{make_recording()} {
     if (setup_.cycle > 0s) {
         cutter_ = std::make_unique<CycleCutter>();
     }

@@ -20,7 +20,7 @@ namespace velmora {
 class RecordedFiles {
 public:
     /// @throws RecordingError when the first file cannot be created
-    explicit RecordedFiles(const RecorderSetup& setup);
+    explicit RecordedFiles(RecorderSetup setup);
 
     /// @param first, last when the packets arrived
     /// @throws RecordingError when the disk does not take them

@@ -2,9 +2,9 @@
 #include "dialog_driver.h"
 #include "live_on_screen.h"
 
-#include "engine/table/data_stream.h"
 #include "engine/table/datagram_collector.h"
 #include "player_state.h"
+#include "support/data_stream.h"
 
 #include <QFile>
 #include <QGroupBox>

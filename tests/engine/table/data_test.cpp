@@ -1,8 +1,8 @@
 // Data streams through the engine's table: forwarded to a file and to an address, live and played.
-#include "data_stream.h"
 #include "datagram_collector.h"
 #include "live_under_test.h"
 #include "scratch_files.h"
+#include "support/data_stream.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "field_stream.h"
 
-#include "mpeg_crc.h"
 #include "support/block_pattern.h"
+#include "support/mpeg_crc.h"
 
 #include <algorithm>
 #include <array>

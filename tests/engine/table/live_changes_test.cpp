@@ -1,8 +1,8 @@
 // Live streams that become others while they are watched and recorded.
 #include "live_under_test.h"
-#include "mpeg_crc.h"
 #include "packet_edit.h"
 #include "scratch_files.h"
+#include "support/mpeg_crc.h"
 
 #include <gtest/gtest.h>
 

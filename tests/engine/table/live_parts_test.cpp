@@ -1,8 +1,8 @@
 // Live streams of which only a part can be shown: the others work, and the statistics are honest.
-#include "data_stream.h"
 #include "live_under_test.h"
 #include "scratch_files.h"
 #include "stream_surgery.h"
+#include "support/data_stream.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "stream_clock.h"
 
-#include "mpeg_crc.h"
 #include "packet_edit.h"
+#include "support/mpeg_crc.h"
 
 #include <optional>
 #include <random>

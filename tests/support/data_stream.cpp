@@ -1,6 +1,6 @@
-#include "data_stream.h"
+#include "support/data_stream.h"
 
-#include "mpeg_crc.h"
+#include "support/mpeg_crc.h"
 
 #include <algorithm>
 #include <array>
