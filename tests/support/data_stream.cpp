@@ -58,9 +58,12 @@ Bytes extended_table(std::span<const std::uint8_t> packet, DataCarriage carriage
 /// A cell of synchronous metadata.
 /// @param fragment cell_fragment_indication
 Bytes cell(std::span<const std::uint8_t> data, unsigned fragment) {
-    Bytes bytes{0, 0, static_cast<std::uint8_t>(fragment << 6U), static_cast<std::uint8_t>(data.size() >> 8U),
-                static_cast<std::uint8_t>(data.size() & 0xFFU)};
-    bytes.insert(bytes.end(), data.begin(), data.end());
+    constexpr std::size_t cell_header_size = 5;
+    Bytes bytes(cell_header_size + data.size());
+    bytes[2] = static_cast<std::uint8_t>(fragment << 6U);
+    bytes[3] = static_cast<std::uint8_t>(data.size() >> 8U);
+    bytes[4] = static_cast<std::uint8_t>(data.size() & 0xFFU);
+    std::ranges::copy(data, bytes.begin() + cell_header_size);
     return bytes;
 }
 
