@@ -24,13 +24,13 @@ constexpr double creep = 0.005;
 
 } // namespace
 
-bool LiveClock::note(Position position, SteadyTime ready) {
+bool LiveClock::note(Position position, SteadyTime ready, Kind kind) {
     const SteadyTime origin =
         ready - std::chrono::duration_cast<SteadyClock::duration>(position.time_since_epoch());
     if (origin_ && origin + delay_ < *origin_ - jump) {
         restart();
     }
-    remember(origin, ready);
+    remember(origin, ready, kind);
     if (!origin_) {
         moved_at_ = ready;
         return move_to(origin + delay_);
@@ -55,36 +55,41 @@ void LiveClock::restart() {
     is_catching_up_ = false;
 }
 
-void LiveClock::remember(SteadyTime origin, SteadyTime now) {
+void LiveClock::remember(SteadyTime origin, SteadyTime now, Kind kind) {
     if (count_ == 0 || now - windows_[count_ - 1].begin >= window_length) {
         if (count_ == windows_.size()) {
             std::rotate(windows_.begin(), windows_.begin() + 1, windows_.end());
             --count_;
         }
-        windows_[count_] = Window{now, origin, origin};
+        windows_[count_] = Window{now, origin, kind == Kind::key, origin};
         ++count_;
     }
     Window& window = windows_[count_ - 1];
-    window.latest = std::max(window.latest, origin);
+    if (origin > window.latest) {
+        window.latest = origin;
+        window.is_latest_key = kind == Kind::key;
+    }
     window.behind_first += origin - window.first;
     ++window.count;
 }
 
-/// As late as pictures were lately, or have been twice: large key pictures come seconds apart, and are late
-/// each time.
+/// As late as pictures were lately, or key pictures within some seconds, which are large and late each time,
+/// or whatever else has been twice.
 SteadyTime LiveClock::needed() const {
     const auto begin = windows_.begin();
     const auto end = begin + static_cast<std::ptrdiff_t>(count_);
     const auto lately = end - static_cast<std::ptrdiff_t>(std::min(count_, windows_of_lateness));
-    SteadyTime needed = std::ranges::max_element(lately, end, {}, &Window::latest)->latest;
+    const SteadyTime needed = std::ranges::max_element(lately, end, {}, &Window::latest)->latest;
     const auto latest = std::ranges::max_element(begin, end, {}, &Window::latest);
+    SteadyTime again = needed;
     for (auto window = begin; window != end; ++window) {
         // One standstill may reach into the window beside it.
-        if (std::abs(window - latest) > 1) {
-            needed = std::max(needed, window->latest);
+        if (window->is_latest_key || std::abs(window - latest) > 1) {
+            again = std::max(again, window->latest);
         }
     }
-    return needed;
+    // Less than that is taken back so slowly that it does not show.
+    return again - needed > most_crept ? again : needed;
 }
 
 SteadyTime LiveClock::target() const {

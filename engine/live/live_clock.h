@@ -18,9 +18,12 @@ public:
     /// @param delay by which everything is due later; readiness may waver by it without being seen
     explicit LiveClock(Delay delay) : delay_{delay} {}
 
+    /// Which pictures can be expected to be late again.
+    enum class Kind { key, other };
+
     /// Tells that what is due at `position` was ready at `ready`.
     /// @return true when what is due has changed
-    bool note(Position position, SteadyTime ready);
+    bool note(Position position, SteadyTime ready, Kind kind = Kind::other);
     /// Forgets what was, before another stream.
     void restart();
 
@@ -32,6 +35,7 @@ private:
     struct Window {
         SteadyTime begin;
         SteadyTime latest;
+        bool is_latest_key{false};
         SteadyTime first;
         SteadyClock::duration behind_first{0}; ///< of all, in sum
         int count{0};
@@ -39,7 +43,7 @@ private:
         SteadyTime average() const { return first + behind_first / count; }
     };
 
-    void remember(SteadyTime origin, SteadyTime now);
+    void remember(SteadyTime origin, SteadyTime now, Kind kind);
     SteadyTime needed() const;
     SteadyTime target() const;
     bool move_to(SteadyTime origin);

@@ -307,7 +307,8 @@ void LiveView::keep_up(SteadyTime arrived) {
 void LiveView::note_pictures(SteadyTime ready) {
     bool has_changed = false;
     for (const Picture& picture : video_.ready()) {
-        has_changed = clock_.note(picture.position, ready) || has_changed;
+        const auto kind = picture.frame->key_frame != 0 ? LiveClock::Kind::key : LiveClock::Kind::other;
+        has_changed = clock_.note(picture.position, ready, kind) || has_changed;
     }
     if (has_changed) {
         anchor_at_origin(pictures_->clock, *clock_.origin());
