@@ -239,6 +239,7 @@ void LiveView::follow_shown() {
     pending_bytes_ = 0;
     Position latest = Position::min();
     if (shown && !kept_.empty()) {
+        video_.preview_first(nullptr); // the access point that was kept is not live any more
         const VideoUnit& unit = kept_.back().unit;
         latest = unit.decode.value_or(unit.presentation.value_or(latest));
         for (const QueuedVideo& video : kept_) {

@@ -33,7 +33,7 @@ public:
     void feed(const TsPacket& packet);
     /// Hands out the units in progress at the end of the stream.
     void finish();
-    /// What has come of the next video unit, PES header included; valid until the next call.
+    /// What has come of the payload of the next video unit; valid until the next call.
     std::span<const std::uint8_t> video_in_progress() const { return demuxer_.video_in_progress(); }
     /// Drops everything, before a jump in the stream.
     /// @param selection what is in force behind the jump, if it is known; else the present one stays

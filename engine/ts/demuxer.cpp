@@ -56,7 +56,7 @@ void Demuxer::finish() {
 
 std::span<const std::uint8_t> Demuxer::video_in_progress() const {
     const auto video = std::ranges::find(tracks_, StreamKind::video, &Track::kind);
-    return video == tracks_.end() ? std::span<const std::uint8_t>{} : video->assembler.in_progress();
+    return video == tracks_.end() ? std::span<const std::uint8_t>{} : video->assembler.payload_in_progress();
 }
 
 void Demuxer::restart(const StreamSelection* selection) {

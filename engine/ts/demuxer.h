@@ -39,7 +39,7 @@ public:
     std::optional<DemuxEvent> next();
     /// Hands out the units in progress at the end of the stream.
     void finish();
-    /// What has come of the video's PES packet in progress; valid until the next call.
+    /// What has come of the payload of the video's PES packet in progress; valid until the next call.
     std::span<const std::uint8_t> video_in_progress() const;
     /// Drops units in progress before a jump in the stream.
     /// @param selection what is in force behind the jump, if it is known; else the present one stays

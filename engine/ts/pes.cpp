@@ -130,6 +130,11 @@ std::optional<PesPacket> PesAssembler::finish() {
     return take();
 }
 
+std::span<const std::uint8_t> PesAssembler::payload_in_progress() const {
+    const auto header = current_ ? parse_pes_header(current_->bytes) : std::nullopt;
+    return header ? std::span{current_->bytes}.subspan(header->size) : std::span<const std::uint8_t>{};
+}
+
 void PesAssembler::restart() {
     current_.reset();
     broken_ = false;

@@ -56,10 +56,8 @@ public:
     std::optional<PesPacket> feed(const TsPacket& packet, bool continuity_broken);
     /// Hands out what is there at the end of the stream.
     std::optional<PesPacket> finish();
-    /// What has come of the packet in progress, its header first; valid until the next call.
-    std::span<const std::uint8_t> in_progress() const {
-        return current_ ? std::span<const std::uint8_t>{current_->bytes} : std::span<const std::uint8_t>{};
-    }
+    /// What has come of the payload of the packet in progress; valid until the next call.
+    std::span<const std::uint8_t> payload_in_progress() const;
     /// Drops the packet in progress, before a jump in the stream.
     void restart();
     /// Takes stuffing for the end of a PES packet of unknown length, instead of waiting for the next one:

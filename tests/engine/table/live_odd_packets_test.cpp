@@ -16,12 +16,6 @@ constexpr unsigned sound_pid = 0x101;
 
 class LiveOddPackets : public testing::Test {
 protected:
-    SendRecipe to_port() const {
-        SendRecipe recipe;
-        recipe.target.port = port_;
-        return recipe;
-    }
-
     std::uint16_t port_{free_udp_port()};
     StreamRecipe recipe_{small_live_stream()};
     EngineLibrary library_;
@@ -72,7 +66,7 @@ Bytes without_sound_lengths(const Bytes& stream) {
 TEST_F(LiveOddPackets, AdaptationFieldsOfAnyLengthHarmNothing) {
     recipe_.duration = 2;
     ASSERT_EQ(view(engine_, live_setup(port_)), 0);
-    const StreamSender sender{with_odd_adaptation_fields(stream_bytes(recipe_)), to_port()};
+    const StreamSender sender{with_odd_adaptation_fields(stream_bytes(recipe_)), send_to(port_)};
     sender.wait();
     ASSERT_TRUE(engine_.wait_for_info(
         [](const velmora_info_t& info) { return info.get_strm_info.inp_dec_frame >= 25; }));
@@ -86,7 +80,7 @@ TEST_F(LiveOddPackets, SoundOfUnknownLengthIsDecoded) {
     recipe_.duration = 2;
     recipe_.audio = "mp2";
     ASSERT_EQ(view(engine_, live_setup(port_)), 0);
-    const StreamSender sender{without_sound_lengths(stream_bytes(recipe_)), to_port()};
+    const StreamSender sender{without_sound_lengths(stream_bytes(recipe_)), send_to(port_)};
     sender.wait();
     EXPECT_TRUE(engine_.wait_for_info([](const velmora_info_t& info) {
         return info.get_strm_info.a_sample_rate == 48000 && info.get_strm_info.a_bitrate == 128;
@@ -101,7 +95,7 @@ TEST_F(LiveOddPackets, ANullStreamIsWaitedThrough) {
         const Bytes packet = packet_on(0x1FFF, 0x10);
         nothing.insert(nothing.end(), packet.begin(), packet.end());
     }
-    SendRecipe recipe = to_port();
+    SendRecipe recipe = send_to(port_);
     recipe.bytes_per_second = 2e6;
     const Bytes stream = stream_bytes(recipe_);
     {
@@ -111,7 +105,7 @@ TEST_F(LiveOddPackets, ANullStreamIsWaitedThrough) {
         EXPECT_EQ(engine_.info().get_strm_info.v_codec, 0);
         EXPECT_EQ(engine_.picture_count(), 0U);
     }
-    const StreamSender sender{stream, to_port()};
+    const StreamSender sender{stream, send_to(port_)};
     EXPECT_TRUE(engine_.wait_for_pictures(10));
 }
 
@@ -129,7 +123,7 @@ TEST_F(LiveOddPackets, AUnitWithoutEndIsCutOffAndForgotten) {
     const Bytes behind = stream_bytes(recipe_);
     stream.insert(stream.end(), behind.begin(), behind.end());
     ASSERT_EQ(view(engine_, live_setup(port_)), 0);
-    SendRecipe recipe = to_port();
+    SendRecipe recipe = send_to(port_);
     recipe.bytes_per_second = 1e7;
     recipe.loops = true;
     const StreamSender sender{stream, recipe};

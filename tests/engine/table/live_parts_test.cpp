@@ -62,6 +62,11 @@ protected:
         });
     }
 
+    void expect_pictures_without_sound() {
+        EXPECT_TRUE(engine_.wait_for_pictures(20));
+        EXPECT_EQ(engine_.info().get_strm_info.a_sample_rate, 0);
+        EXPECT_EQ(engine_.info().get_strm_info.inp_dec_error, 0);
+    }
     void expect_pictures_in_order() const {
         const auto pictures = engine_.pictures();
         EXPECT_TRUE(std::ranges::all_of(
@@ -106,9 +111,7 @@ TEST_F(LiveParts, SoundAloneIsHeard) {
 
 TEST_F(LiveParts, PicturesAreShownWithoutTheSoundThatIsAnnounced) {
     watch(without_packets(stream_bytes(recipe_), sound_pid, everywhere));
-    EXPECT_TRUE(engine_.wait_for_pictures(20));
-    EXPECT_EQ(engine_.info().get_strm_info.a_sample_rate, 0);
-    EXPECT_EQ(engine_.info().get_strm_info.inp_dec_error, 0);
+    expect_pictures_without_sound();
 }
 
 TEST_F(LiveParts, VideoThatComesLaterThanItsSoundIsShownWhenItComes) {
@@ -139,9 +142,7 @@ TEST_F(LiveParts, SoundIsHeardBesideScrambledVideo) {
 
 TEST_F(LiveParts, PicturesAreShownBesideScrambledSound) {
     watch(scrambled(stream_bytes(recipe_), sound_pid, everywhere));
-    EXPECT_TRUE(engine_.wait_for_pictures(20));
-    EXPECT_EQ(engine_.info().get_strm_info.a_sample_rate, 0);
-    EXPECT_EQ(engine_.info().get_strm_info.inp_dec_error, 0);
+    expect_pictures_without_sound();
 }
 
 TEST_F(LiveParts, WhatIsScrambledForAWhileComesBackWithoutGarbage) {

@@ -18,6 +18,12 @@ StreamRecipe small_live_stream(const std::string& codec) {
     return recipe;
 }
 
+SendRecipe send_to(std::uint16_t port) {
+    SendRecipe recipe;
+    recipe.target.port = port;
+    return recipe;
+}
+
 streaming_setup_t live_setup(std::uint16_t port, PROTOCOL protocol) {
     streaming_setup_t setup{};
     setup.port = port;

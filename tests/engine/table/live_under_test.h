@@ -15,6 +15,9 @@ std::vector<std::uint8_t> stream_bytes(const StreamRecipe& recipe);
 /// A short stream that can be sent again and again: one key picture a second.
 StreamRecipe small_live_stream(const std::string& codec = "h264");
 
+/// Sends to a port of the loopback.
+SendRecipe send_to(std::uint16_t port);
+
 /// Reception from a port of the loopback.
 streaming_setup_t live_setup(std::uint16_t port, PROTOCOL protocol = Protocol_UDPTS);
 

@@ -15,12 +15,6 @@ constexpr int view_mask = 1 << STREAMING_BIT;
 
 class LiveView : public testing::Test {
 protected:
-    SendRecipe to_port() const {
-        SendRecipe recipe;
-        recipe.target.port = port_;
-        return recipe;
-    }
-
     std::uint16_t port_{free_udp_port()};
     EngineLibrary library_;
     EngineUnderTest engine_{library_};
@@ -52,7 +46,7 @@ std::size_t begin_of_second_video_unit(const std::vector<std::uint8_t>& stream) 
 TEST_F(LiveView, ShowsEveryPictureOfAStreamFromItsFirstOneOn) {
     ASSERT_EQ(view(engine_, live_setup(port_)), 0);
     EXPECT_EQ(engine_.info().action_bit, view_mask);
-    const StreamSender sender{stream_bytes(small_live_stream()), to_port()};
+    const StreamSender sender{stream_bytes(small_live_stream()), send_to(port_)};
     sender.wait();
     // What the last pictures wait for never comes: the end of a stream is not to be seen.
     constexpr int pictures_that_are_sure = 95;
@@ -77,7 +71,7 @@ TEST_F(LiveView, ShowsEveryPictureOfAStreamFromItsFirstOneOn) {
 
 TEST_F(LiveView, EndsAtOnceAndShowsNothingAfterwards) {
     ASSERT_EQ(view(engine_, live_setup(port_)), 0);
-    SendRecipe recipe = to_port();
+    SendRecipe recipe = send_to(port_);
     recipe.loops = true;
     const StreamSender sender{stream_bytes(small_live_stream()), recipe};
     ASSERT_TRUE(engine_.wait_for_pictures(10));
@@ -98,7 +92,7 @@ TEST_F(LiveView, JoinedInTheMiddleItShowsNothingBeforeAKeyPicture) {
     // Cut behind the first key picture; the tables come again several times a second.
     stream.erase(stream.begin(), stream.begin() + static_cast<std::ptrdiff_t>(stream.size() / 8 / 188 * 188));
     ASSERT_EQ(view(engine_, live_setup(port_)), 0);
-    const StreamSender sender{std::move(stream), to_port()};
+    const StreamSender sender{std::move(stream), send_to(port_)};
     ASSERT_TRUE(engine_.wait_for_pictures(30));
     const auto shown = numbers(engine_);
     EXPECT_EQ(shown.front(), 25U);
@@ -109,7 +103,7 @@ TEST_F(LiveView, TheFirstKeyPictureShowsBeforeThosePicturesThatItsSuccessorsWait
     auto stream = stream_bytes(small_live_stream());
     stream.resize(begin_of_second_video_unit(stream) + 188);
     ASSERT_EQ(view(engine_, live_setup(port_)), 0);
-    const StreamSender sender{std::move(stream), to_port()};
+    const StreamSender sender{std::move(stream), send_to(port_)};
     ASSERT_TRUE(engine_.wait_for_pictures(1));
     EXPECT_EQ(engine_.last_number(), 0U);
 }
@@ -122,12 +116,12 @@ TEST_F(LiveView, ASenderThatStopsAndBeginsAgainIsFollowed) {
     const auto second = stream_bytes(other);
     ASSERT_EQ(view(engine_, live_setup(port_)), 0);
     {
-        const StreamSender sender{stream_bytes(small_live_stream()), to_port()};
+        const StreamSender sender{stream_bytes(small_live_stream()), send_to(port_)};
         ASSERT_TRUE(engine_.wait_for_pictures(50));
     }
     std::this_thread::sleep_for(1200ms); // longer than a sender may be silent without losing its place
     engine_.forget_pictures();
-    SendRecipe recipe = to_port();
+    SendRecipe recipe = send_to(port_);
     recipe.loops = true;
     const StreamSender sender{second, recipe};
     ASSERT_TRUE(engine_.wait_for_info([](const velmora_info_t& info) {
@@ -136,8 +130,30 @@ TEST_F(LiveView, ASenderThatStopsAndBeginsAgainIsFollowed) {
     EXPECT_TRUE(engine_.wait_for_pictures(50));
 }
 
+TEST_F(LiveView, ShownForTheFirstTimeItShowsThePictureThatIsLiveNow) {
+    constexpr std::uint32_t first_of_file = 1000;
+    StreamRecipe slow_keys = small_live_stream();
+    slow_keys.duration = 20;
+    slow_keys.gop = 500; // one key picture at the beginning
+    const auto live_stream = stream_bytes(slow_keys);
+    StreamRecipe other = small_live_stream();
+    other.first = first_of_file;
+    other.duration = 10;
+    ASSERT_EQ(engine_.play(make_stream(other)), 0);
+    ASSERT_EQ(view(engine_, live_setup(port_)), 0);
+    const StreamSender sender{live_stream, send_to(port_)};
+    engine_.forget_pictures();
+    ASSERT_TRUE(engine_.wait_for_pictures(50));
+    engine_.table().Velmora_switch_dispatch(engine_.handle(), 0);
+    const auto is_live = [](std::uint32_t number) { return number < first_of_file; };
+    ASSERT_TRUE(engine_.wait_for_info(
+        [&](const velmora_info_t&) { return std::ranges::any_of(numbers(engine_), is_live); }));
+    const auto seen = numbers(engine_);
+    EXPECT_GT(*std::ranges::find_if(seen, is_live), 25U) << "two seconds of the stream are over";
+}
+
 TEST_F(LiveView, TheDisplayComesBackWithThePictureThatIsLiveNow) {
-    SendRecipe recipe = to_port();
+    SendRecipe recipe = send_to(port_);
     StreamRecipe slow_keys = small_live_stream();
     slow_keys.duration = 20;
     slow_keys.gop = 500; // one key picture at the beginning
@@ -183,7 +199,7 @@ TEST_F(LiveView, TheDisplayComesBackWithThePictureThatIsLiveNow) {
 
 TEST_F(LiveView, ASilenceOfMoreThanFiveSecondsKeepsThePictureAndEndsByItself) {
     ASSERT_EQ(view(engine_, live_setup(port_)), 0);
-    SendRecipe recipe = to_port();
+    SendRecipe recipe = send_to(port_);
     recipe.loops = true;
     StreamSender sender{stream_bytes(small_live_stream()), recipe};
     ASSERT_TRUE(engine_.wait_for_pictures(20));
@@ -209,7 +225,7 @@ TEST_F(LiveView, WhatIsReceivedIsSentOnWhereAsked) {
     setup.dst_port = second_port;
     ASSERT_EQ(view(other, live_setup(second_port)), 0);
     ASSERT_EQ(view(engine_, setup), 0);
-    SendRecipe recipe = to_port();
+    SendRecipe recipe = send_to(port_);
     recipe.loops = true;
     const StreamSender sender{stream_bytes(small_live_stream()), recipe};
     EXPECT_TRUE(other.wait_for_pictures(25));

@@ -56,6 +56,16 @@ TEST(Pes, TwoShortBoundedPacketsInARowAreBothHandedOut) {
     EXPECT_EQ(assemble(assembler, test::pes(2, 2, Bytes(20, 1), true)).size(), 1U);
 }
 
+TEST(Pes, OfAPacketInProgressOnlyThePayloadIsSeen) {
+    PesAssembler assembler;
+    EXPECT_TRUE(assembler.payload_in_progress().empty());
+    const Bytes payload(300, 0x31);
+    EXPECT_TRUE(assemble(assembler, test::pes(1, 1, payload)).empty());
+    EXPECT_TRUE(std::ranges::equal(assembler.payload_in_progress(), payload));
+    assembler.restart();
+    EXPECT_TRUE(assembler.payload_in_progress().empty());
+}
+
 TEST(Pes, WhatIsNoHeaderIsDropped) {
     PesAssembler assembler;
     assemble(assembler, Bytes(300, 0x31));
