@@ -495,17 +495,29 @@ void FilePlayer::check_limit() {
     if (begin_again()) {
         return;
     }
-    if (!other_) {
-        rest(Rest::at_end, *limit);
-    } else if (followed_.is_reverse()) {
+    if (other_ && followed_.is_reverse()) {
         rest(Rest::at_start, *limit);
+    } else if (other_ || lacks_the_last_picture()) {
+        finish_with_the_last_picture();
     } else {
-        const Position last = points_->extent().last_picture;
-        if (const auto start = points_->find(last)) {
-            is_finishing_ = true;
-            begin_forward(*start, last);
-            wake();
-        }
+        rest(Rest::at_end, *limit);
+    }
+}
+
+/// Whether forward play left it out.
+bool FilePlayer::lacks_the_last_picture() const {
+    const IndexExtent extent = points_->extent();
+    return !is_finishing_ && forward_->leaves_out() && extent.complete &&
+           forward_->last_offered() < extent.last_picture;
+}
+
+/// Whatever was left out on the way to the end, the last picture stays.
+void FilePlayer::finish_with_the_last_picture() {
+    const Position last = points_->extent().last_picture;
+    if (const auto start = points_->find(last)) {
+        is_finishing_ = true;
+        begin_forward(*start, last);
+        wake();
     }
 }
 

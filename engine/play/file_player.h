@@ -109,6 +109,8 @@ private:
     PlayRun& active() const;
     bool is_suited(const Tempo& tempo) const;
     void check_limit();
+    bool lacks_the_last_picture() const;
+    void finish_with_the_last_picture();
     bool begin_again();
     void rest(Rest rest, Position at);
     void count_decoded(std::uint64_t pictures);
@@ -134,7 +136,7 @@ private:
     DueData data_;
     Tempo followed_;            ///< the tempo that the active run knows of
     Position resting_extent_{}; ///< the last picture known when playing came to rest
-    bool is_finishing_{false};  ///< the last picture is brought up after the key pictures
+    bool is_finishing_{false};  ///< the last picture is brought up, which was left out
 
     mutable std::mutex mutex_;
     std::condition_variable_any changed_;

@@ -262,7 +262,7 @@ bool ForwardRun::finish_tracks() {
         return false;
     }
     tracks_finished_ = true;
-    last_certain_ = last_offered_;
+    last_certain_ = last_offered_.value_or(target_ - Ticks{1});
     video_.finish();
     outlet_.decoded(video_.take_decoded());
     outlet_.facts_changed();

@@ -40,6 +40,9 @@ public:
     /// Whether going back to a lower speed needs a new beginning, since references were left out.
     bool lacks_references() const { return skip_ > AVDISCARD_NONREF; }
 
+    /// Not every picture is offered, for the speed or because playing is late.
+    bool leaves_out() const { return !sound_only() && (skip_ != AVDISCARD_DEFAULT || magnitude_ > 1.0); }
+
     /// The last picture offered that the end of the file cannot have cut.
     std::optional<Position> last_certain() const { return last_certain_; }
     /// Receives the data beside what is played, ahead of its time.

@@ -76,8 +76,8 @@ void ReverseRun::begin_with(std::deque<Picture> shown) {
 
 bool ReverseRun::work() {
     take_account();
-    const bool offered = offer();
-    return schedule() || offered;
+    const bool scheduled = schedule(); // first, so that the last picture is known to be it
+    return offer() || scheduled;
 }
 
 void ReverseRun::take_account() {
@@ -101,7 +101,8 @@ bool ReverseRun::offer() {
         }
         Picture picture = std::move(pictures.back());
         pictures.pop_back();
-        if (offered_ && !spacing_.admits(picture.position)) {
+        const bool is_last = exhausted_ && windows_.size() == 1 && pictures.empty();
+        if (offered_ && !is_last && !spacing_.admits(picture.position)) {
             continue;
         }
         picture.generation = outlet_.pictures->generation.load();
@@ -176,12 +177,13 @@ bool ReverseRun::schedule() {
 }
 
 /// On a machine that cannot decode in time the position stays right, and pictures are left out: the next
-/// window is one that will be due when it is decoded.
+/// window is one that will be due when it is decoded. The file's first picture is never left out.
 void ReverseRun::skip_what_is_late() {
     const PlayClock clock = outlet_.pictures->clock.snapshot();
     const SteadyTime now = SteadyClock::now();
     if (clock.running() && now - clock.due(next_end_) > late_stretch) {
-        next_end_ = std::min(next_end_, clock.position(now + last_took_));
+        const Position due = std::max(clock.position(now + last_took_), Position{stream_.unit});
+        next_end_ = std::min(next_end_, due);
         thinning_ = std::min(thinning_ + 1, thinner.size() - 1);
     } else if (thinning_ > 0) {
         --thinning_;

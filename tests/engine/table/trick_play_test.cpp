@@ -127,6 +127,19 @@ TEST_F(TrickPlay, FastEndsWithTheLastPicture) {
     EXPECT_GE(engine_.info().get_strm_info.inp_dec_frame, static_cast<int>(shown.size()));
 }
 
+TEST_F(TrickPlay, EverySpeedEndsWithTheLastPictureBothWays) {
+    const auto file = make_stream(stream(50, 4)); // its last picture is none that higher speeds keep
+    for (const int speed : {PLAYER_SPD_X2, PLAYER_SPD_X3, PLAYER_SPD_X4, PLAYER_SPD_X5}) {
+        EngineUnderTest engine{library_};
+        ASSERT_EQ(engine.play(file, speed), 0);
+        ASSERT_TRUE(engine.wait_for_info(is_at_end));
+        EXPECT_EQ(engine.last_number(), 99U) << "speed " << speed;
+        engine.set_tempo(PLAYER_DIR_PREVWARD, speed);
+        ASSERT_TRUE(engine.wait_for_info(is_at_start));
+        EXPECT_EQ(engine.last_number(), 0U) << "speed " << speed;
+    }
+}
+
 TEST_F(TrickPlay, TurningRoundAtTheEndAndAtTheStartLeadsOn) {
     ASSERT_EQ(engine_.play(make_stream(stream(50, 20)), PLAYER_SPD_PAUSE), 0);
     engine_.seek(19);
