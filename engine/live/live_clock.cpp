@@ -13,8 +13,9 @@ using namespace std::chrono_literals;
 constexpr auto window_length = 400ms;
 /// Whatever was late in this many windows decides what is due.
 constexpr std::size_t windows_of_lateness = 4;
-/// Being early by more than this, a stream has jumped or caught up.
+/// Being early by more than this, a stream has jumped, or caught up after it stood still for as long.
 constexpr auto jump = 500ms;
+constexpr auto memory_of_standstill = 3s;
 /// An excess of delay above this is taken back soon, one below it unnoticeably.
 constexpr auto most_crept = 60ms;
 /// Pictures follow each other twice as fast then: none is passed over.
@@ -27,9 +28,13 @@ constexpr double creep = 0.005;
 bool LiveClock::note(Position position, SteadyTime ready, Kind kind) {
     const SteadyTime origin =
         ready - std::chrono::duration_cast<SteadyClock::duration>(position.time_since_epoch());
-    if (origin_ && origin + delay_ < *origin_ - jump) {
+    if (has_jumped(origin, ready)) {
         restart();
     }
+    if (origin_ && origin + delay_ > *origin_ + jump) {
+        stood_still_at_ = ready;
+    }
+    latest_ = origin;
     remember(origin, ready, kind);
     if (!origin_) {
         moved_at_ = ready;
@@ -53,6 +58,17 @@ void LiveClock::restart() {
     count_ = 0;
     origin_.reset();
     is_catching_up_ = false;
+    stood_still_at_.reset();
+}
+
+/// Pictures are ready one after the other, so that they come to be early by and by: where key pictures take
+/// their time on the wire those at the end of a group are half a second earlier, and none may be passed over.
+bool LiveClock::has_jumped(SteadyTime origin, SteadyTime now) const {
+    if (!origin_) {
+        return false;
+    }
+    const bool has_just_stood_still = stood_still_at_ && now - *stood_still_at_ < memory_of_standstill;
+    return origin < latest_ - jump || (has_just_stood_still && origin + delay_ < *origin_ - jump);
 }
 
 void LiveClock::remember(SteadyTime origin, SteadyTime now, Kind kind) {

@@ -43,6 +43,7 @@ private:
         SteadyTime average() const { return first + behind_first / count; }
     };
 
+    bool has_jumped(SteadyTime origin, SteadyTime now) const;
     void remember(SteadyTime origin, SteadyTime now, Kind kind);
     SteadyTime needed() const;
     SteadyTime target() const;
@@ -51,7 +52,10 @@ private:
     Delay delay_;
     std::optional<SteadyTime> origin_;
     SteadyTime moved_at_{};
+    SteadyTime latest_{}; ///< origin by the picture noted last
     bool is_catching_up_{false};
+    /// Readiness fell far behind at one stroke, and may come back as fast.
+    std::optional<SteadyTime> stood_still_at_;
     std::array<Window, 12> windows_{}; ///< the youngest last
     std::size_t count_{0};
 };

@@ -25,6 +25,8 @@ constexpr std::size_t most_kept_bytes = std::size_t{32} << 20U;
 constexpr auto sound_lead = 60ms;
 /// Sound that comes later than this after its pictures is not waited for.
 constexpr auto latest_sound = 1s;
+/// Pictures that are shown late by less are not left out.
+constexpr auto patience = 500ms;
 /// Decoding that is late by this leaves pictures out, and by this goes on at an access point.
 constexpr auto late_decoding = 400ms;
 constexpr auto lost_decoding = 1s;
@@ -50,6 +52,7 @@ LiveView::LiveView(std::chrono::milliseconds sync_delay, Hooks hooks)
     if (sync_delay == 0ms) {
         video_.preview_first([this](Picture picture) { offer_preview(std::move(picture)); });
     }
+    pictures_->patience = patience;
     pictures_->picture_lasts = false; // what was live is not any more
     pictures_->on_shown = [this](const Picture& picture) { picture_shown(picture); };
     pictures_->pictures.set_on_room([this] { wake(); });

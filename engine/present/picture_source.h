@@ -28,6 +28,10 @@ struct PictureSource {
     /// attaching.
     std::function<void(const Picture&)> on_dropped;
 
+    /// Pictures that are late by less are all shown, one soon after the other, instead of leaving out those
+    /// whose successor is due: as long as that makes up for it within a second. Set before attaching.
+    SteadyClock::duration patience{0};
+
     /// Filled while pictures are shown one after the other at rate 1, where it is there. Set before
     /// attaching.
     std::unique_ptr<RecentPictures> recent;

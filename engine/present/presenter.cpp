@@ -48,6 +48,7 @@ void Presenter::attach(std::shared_ptr<PictureSource> source) {
         return;
     }
     source_ = std::move(source);
+    catch_up_ = {};
     source_->display = display_.value_or(PictureSize{});
     redraw_ = source_->picture_lasts && source_->shown.frame != nullptr;
     woken_ = true;
@@ -120,6 +121,13 @@ bool Presenter::step(Lock& lock, SteadyTime& next_due) {
         next_due = clock.due(ahead.front().position);
         return false;
     }
+    const bool follows = !ahead.front().is_preview && !ahead.front().begins_run;
+    const bool is_patient =
+        follows && !catch_up_.has_failed(now - clock.due(ahead.front().position), source_->patience, now);
+    if (is_patient && now < catch_up_.soonest(ahead.front().position)) {
+        next_due = catch_up_.soonest(ahead.front().position);
+        return false;
+    }
     Picture picture = std::move(ahead.front());
     ahead.pop_front();
     const Picture& shown = source_->shown;
@@ -128,7 +136,7 @@ bool Presenter::step(Lock& lock, SteadyTime& next_due) {
         begin_run(lock, std::move(picture));
         return true;
     }
-    if (!picture.begins_run && !ahead.empty() && is_due(ahead.front())) {
+    if (!picture.begins_run && !is_patient && !ahead.empty() && is_due(ahead.front())) {
         // Late: nothing is converted that would be replaced at once.
         if (source_->recent) {
             source_->recent->forget();
@@ -138,6 +146,7 @@ bool Presenter::step(Lock& lock, SteadyTime& next_due) {
         }
         return true;
     }
+    catch_up_.shown(picture.position, now);
     deliver(lock, std::move(picture), true);
     return true;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "decode/picture_converter.h"
+#include "present/catch_up.h"
 #include "present/picture_source.h"
 #include "velmoraapi.h"
 
@@ -57,6 +58,7 @@ private:
     bool redraw_{false};
     bool woken_{false};
     bool delivering_{false};
+    CatchUp catch_up_;
 
     PictureConverter converter_; ///< the presenter's thread only
     std::jthread thread_;        ///< last, so that it ends before what it uses

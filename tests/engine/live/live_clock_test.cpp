@@ -145,6 +145,21 @@ TEST(LiveClock, ASenderClockThatIsOffNeverAccumulates) {
     }
 }
 
+TEST(LiveClock, AfterAKeyPictureThatWasLongOnItsWayNoPictureIsPassedOver) {
+    Stream stream{0ms};
+    for (int group = 0; group < 3; ++group) {
+        milliseconds lateness = 700ms;
+        auto due = stream.picture(lateness, LiveClock::Kind::key);
+        for (int i = 0; i < 49; ++i) {
+            // The others are short: each is ready soon after the one in front of it.
+            lateness = std::max(lateness - 30ms, 10ms);
+            const auto next = stream.picture(lateness);
+            EXPECT_GT(interval + next - due, interval / 3) << "picture " << i << " of group " << group;
+            due = next;
+        }
+    }
+}
+
 TEST(LiveClock, AClockThatRanOnWhileNothingCameIsBackToLiveAtOnce) {
     Stream stream{0ms};
     stream.pictures(100, 10ms);

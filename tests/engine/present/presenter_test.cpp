@@ -5,6 +5,8 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <utility>
+#include <vector>
 
 namespace velmora {
 namespace {
@@ -26,10 +28,21 @@ Picture picture(std::uint64_t generation, bool begins_run) {
 /// Pictures that the presenter has shown.
 class Watch {
 public:
+    struct Shown {
+        Position position;
+        SteadyTime at;
+    };
+
     void shown(const Picture& picture) {
         const std::lock_guard lock{mutex_};
         latest_generation_ = picture.generation;
+        shown_.push_back({picture.position, SteadyClock::now()});
         changed_.notify_all();
+    }
+    std::vector<Shown> wait_for_position(Position position) {
+        std::unique_lock lock{mutex_};
+        changed_.wait_for(lock, 10s, [&] { return !shown_.empty() && shown_.back().position >= position; });
+        return shown_;
     }
     bool wait_for_generation(std::uint64_t generation) {
         std::unique_lock lock{mutex_};
@@ -40,6 +53,7 @@ private:
     std::mutex mutex_;
     std::condition_variable changed_;
     std::uint64_t latest_generation_{0};
+    std::vector<Shown> shown_;
 };
 
 TEST(Presenter, ShowsTheFirstPictureOfARunThatBeganWhileItTookAStaleOne) {
@@ -59,6 +73,38 @@ TEST(Presenter, ShowsTheFirstPictureOfARunThatBeganWhileItTookAStaleOne) {
     presenter.attach(source);
     EXPECT_TRUE(watch.wait_for_generation(2));
     presenter.detach(*source);
+}
+
+/// Shows four pictures whose time has come 300, 260, 220 and 180 milliseconds ago.
+std::vector<Watch::Shown> show_late_pictures(SteadyClock::duration patience) {
+    constexpr Ticks interval = 40ms;
+    Watch watch;
+    const auto source = std::make_shared<PictureSource>();
+    source->patience = patience;
+    source->on_shown = [&](const Picture& shown) { watch.shown(shown); };
+    for (int i = 0; i < 4; ++i) {
+        Picture late = picture(0, false);
+        late.position = Position{i * interval};
+        EXPECT_TRUE(source->pictures.try_push(std::move(late)));
+    }
+    source->clock.anchor(Position{300ms}, 1.0, SteadyClock::now());
+    Presenter presenter;
+    presenter.attach(source);
+    auto shown = watch.wait_for_position(Position{3 * interval});
+    presenter.detach(*source);
+    return shown;
+}
+
+TEST(Presenter, LeavesOutPicturesThatWouldBeReplacedAtOnce) {
+    const auto shown = show_late_pictures(0ms);
+    ASSERT_EQ(shown.size(), 1U);
+    EXPECT_EQ(shown.front().position, Position{120ms});
+}
+
+TEST(Presenter, ShowsLatePicturesOneAfterTheOtherWhereThatIsAskedFor) {
+    const auto shown = show_late_pictures(5s);
+    ASSERT_EQ(shown.size(), 4U);
+    EXPECT_GE(shown.back().at - shown.front().at, 40ms) << "each can be seen";
 }
 
 } // namespace
