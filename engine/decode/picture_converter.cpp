@@ -1,5 +1,6 @@
 #include "decode/picture_converter.h"
 
+#include "decode/colour_matrix.h"
 #include "diagnostics/log.h"
 
 #include <cstring>
@@ -53,21 +54,18 @@ void tell_unknown(int format) {
 }
 
 int matrix_of(const AVFrame& frame) {
-    switch (frame.colorspace) {
+    switch (colour_matrix(frame)) {
     case AVCOL_SPC_BT709:
         return SWS_CS_ITU709;
     case AVCOL_SPC_FCC:
         return SWS_CS_FCC;
-    case AVCOL_SPC_BT470BG:
-    case AVCOL_SPC_SMPTE170M:
-        return SWS_CS_ITU601;
     case AVCOL_SPC_SMPTE240M:
         return SWS_CS_SMPTE240M;
     case AVCOL_SPC_BT2020_NCL:
     case AVCOL_SPC_BT2020_CL:
         return SWS_CS_BT2020;
     default:
-        return frame.height > 576 ? SWS_CS_ITU709 : SWS_CS_ITU601;
+        return SWS_CS_ITU601;
     }
 }
 
@@ -121,7 +119,7 @@ RgbPicture PictureConverter::convert(const AVFrame& frame, PictureSize size) {
     for (std::size_t row = 1; roomy_pitch != pitch_bytes && row < height; ++row) {
         std::memmove(roomy_.data() + row * pitch_bytes, roomy_.data() + row * roomy_pitch, pitch_bytes);
     }
-    return {std::span{roomy_}.first(pitch_bytes * height), size, pitch};
+    return {std::span{roomy_}.first(pitch_bytes * height), size, pitch, is_scaled ? sized : nullptr};
 }
 
 } // namespace velmora

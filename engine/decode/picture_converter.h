@@ -16,13 +16,14 @@ struct RgbPicture {
     std::span<std::uint8_t> bytes; ///< pitch x height, valid until the next conversion
     PictureSize size;
     int pitch{0}; ///< bytes per row, picture_pitch(size.width)
+    const AVFrame* scaled{
+        nullptr}; ///< what it was made of where that is not the picture itself; as long valid
 };
 
 /// Keeps its scaler and its buffer from picture to picture. Not thread-safe.
 class PictureConverter {
 public:
-    /// Converts by the matrix and range that the picture announces; BT.709 where it announces none and is
-    /// higher than 576 lines, else BT.601.
+    /// Converts by the picture's colour_matrix and range.
     /// @return a picture without bytes when its pixel format cannot be converted
     RgbPicture convert(const AVFrame& frame, PictureSize size);
 

@@ -1,10 +1,6 @@
 #include "decode/picture_shrinker.h"
 
-#include <new>
-
-extern "C" {
-#include <libavutil/imgutils.h>
-}
+#include "decode/scaled_copy.h"
 
 namespace velmora {
 
@@ -23,20 +19,8 @@ void PictureShrinker::shrink(Picture& picture, PictureSize display) {
     if (scaled == nullptr) {
         return;
     }
-    AvFrame small = make_frame();
-    small->format = AV_PIX_FMT_YUV420P;
-    small->width = scaled->width;
-    small->height = scaled->height;
-    if (av_frame_get_buffer(small.get(), 0) < 0 || av_frame_copy(small.get(), scaled) < 0 ||
-        av_frame_copy_props(small.get(), &whole) < 0) {
-        throw std::bad_alloc{};
-    }
-    // The scaler fills whole blocks; what lies outside the picture is cut off.
-    small->width = size.width;
-    small->height = size.height;
-    small->sample_aspect_ratio = {1, 1};
     picture.whole_size = whole_size;
-    picture.frame = std::move(small);
+    picture.frame = scaled_copy(*scaled, size, whole);
 }
 
 } // namespace velmora

@@ -160,7 +160,7 @@ void VideoDecoder::parse(const std::uint8_t* data, int size, std::optional<Posit
             if (skip_from_key_ && kind == PictureClass::key) {
                 skip_ = *std::exchange(skip_from_key_, std::nullopt);
             }
-            if (hurries_to_wanted_ && (is_flushed_ || kind == PictureClass::key)) {
+            if (is_flushed_ || kind == PictureClass::key) {
                 choose_threads({unit, static_cast<std::size_t>(unit_size)}, wanted_from, sink);
             }
             is_flushed_ = false;
@@ -218,17 +218,21 @@ void VideoDecoder::open_with(int threads) {
     }
 }
 
-/// More threads from an access point that lies far in front of the first wanted picture, as usual again when
-/// the decoder can be exchanged without losing references.
+bool VideoDecoder::is_in_hurry(Position at, Position wanted_from) const {
+    return hurry_ == Hurry::always || (hurry_ == Hurry::to_wanted && at + long_way < wanted_from);
+}
+
+/// More threads in a hurry, as usual again where the decoder can be exchanged without losing references.
 void VideoDecoder::choose_threads(std::span<const std::uint8_t> unit, Position wanted_from,
                                   const Sink& sink) {
     if (packet_->pts == AV_NOPTS_VALUE || parser_->width * parser_->height < large_picture) {
         return;
     }
     const Position position{Ticks{packet_->pts}};
-    if (is_flushed_ && position + long_way < wanted_from) {
-        exchange(std::max(usual_threads_, hurrying_threads));
-    } else if (position >= wanted_from && context_->thread_count != usual_threads_ &&
+    const bool in_hurry = is_in_hurry(position, wanted_from);
+    if (is_flushed_) {
+        exchange(in_hurry ? std::max(usual_threads_, hurrying_threads) : usual_threads_);
+    } else if (!in_hurry && position >= wanted_from && context_->thread_count != usual_threads_ &&
                begins_anew(codec_id_, unit)) {
         send(nullptr, sink);
         exchange(usual_threads_);

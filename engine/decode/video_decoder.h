@@ -22,6 +22,9 @@ struct VideoUnit {
     std::optional<Position> decode;
 };
 
+/// When more threads decode than plain playing takes: they cost more work in sum, but are there sooner.
+enum class Hurry { never, to_wanted, always };
+
 /// One decoder of libavcodec with its parser. Not thread-safe.
 class VideoDecoder {
 public:
@@ -51,9 +54,9 @@ public:
     /// for the units that precede it in display order, and comes out in order later. Once, where it would not
     /// come out at once anyway.
     void preview_next(Sink preview) { preview_ = std::move(preview); }
-    /// Decodes a long way to the first wanted picture with more threads than plain playing takes: they cost
-    /// more work in sum, but are there sooner.
-    void hurry_to_wanted() { hurries_to_wanted_ = true; }
+    /// Large pictures only; to_wanted: on a long way to the first wanted one. Takes effect when decoding
+    /// begins the next time.
+    void set_hurry(Hurry hurry) { hurry_ = hurry; }
     /// For a stream that is live: takes each unit for one access unit, instead of waiting for the beginning
     /// of the next one to be sure, until a unit shows that it is not; and decodes without threads that delay.
     void expect_whole_units();
@@ -73,6 +76,7 @@ private:
     double guess_frame_rate(std::optional<Position> next_decode) const;
     void open_with(int threads);
     void choose_threads(std::span<const std::uint8_t> unit, Position wanted_from, const Sink& sink);
+    bool is_in_hurry(Position at, Position wanted_from) const;
     void exchange(int threads);
     void send(const AVPacket* packet, const Sink& sink);
     void receive(const Sink& sink);
@@ -85,7 +89,7 @@ private:
     std::uint64_t errors_{0};
     bool is_open_{false};
     bool expects_whole_units_{false};
-    bool hurries_to_wanted_{false};
+    Hurry hurry_{Hurry::never};
     bool is_flushed_{true}; ///< nothing was decoded since
     int usual_threads_{1};
     PictureClassShares shares_;

@@ -26,7 +26,7 @@ ForwardRun::ForwardRun(std::shared_ptr<const FileSource> source, AccessPointFind
                        std::string name, std::function<bool()> may_grow)
     : points_{points}, outlet_{std::move(outlet)}, name_{std::move(name)}, feed_{std::move(source)} {
     feed_.set_may_grow(std::move(may_grow));
-    video_.hurry_to_wanted();
+    video_.set_hurry(Hurry::to_wanted);
 }
 
 void ForwardRun::begin_with_preview() {

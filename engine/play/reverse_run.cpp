@@ -10,20 +10,29 @@ namespace velmora {
 namespace {
 
 using namespace std::chrono_literals;
+using Seconds = std::chrono::duration<double>;
 
-constexpr std::size_t most_bytes_held = std::size_t{360} << 20U;
-constexpr std::size_t most_pictures_held = 320;
-/// Beyond this many one decoder after the other is early enough, and spares memory and processor caches.
-constexpr std::size_t comfortable_reserve = 50;
+constexpr std::size_t most_bytes_held = std::size_t{420} << 20U;
+constexpr std::size_t most_pictures_held = 512;
 constexpr std::size_t assumed_picture_bytes = std::size_t{1920} * 1088 * 3 / 2;
 constexpr std::size_t smallest_window = 4;
-/// The first windows are small, so that the picture turns round soon; in pictures.
-constexpr std::array<std::size_t, 3> first_windows{6, 12, 25};
-/// But so large a share of what has to be decoded for them that they are worth it: one in so many.
-constexpr std::size_t worthwhile_share = 3;
+/// Decoding a picture, as long as nothing was measured.
+constexpr Seconds assumed_effort = 12ms;
+/// Pictures on which an estimate of it rests at most.
+constexpr double longest_experience = 100.0;
+/// What a window needs is begun when the pictures held last for so many times its work, and a moment longer.
+constexpr double usual_precaution = 1.3;
+constexpr Seconds usual_reserve = 300ms;
+/// Below this the work is hurried.
+constexpr double least_precaution = 1.1;
+constexpr Seconds least_reserve = 100ms;
+/// How much sooner hurried work is done.
+constexpr double hurried_speed = 1.6;
+/// Share of the time that decoding may take before pictures are left out.
+constexpr double affordable_load = 0.9;
 /// Real time behind the clock at which a stretch that was not begun is left out.
-constexpr std::chrono::duration<double> late_stretch = 200ms;
-/// What is left out of the stretches then, more and more: a window reaches further back that way.
+constexpr Seconds late_stretch = 200ms;
+/// What is left out of the stretches that cannot be decoded in time.
 constexpr std::array<AVDiscard, 3> thinner{AVDISCARD_DEFAULT, AVDISCARD_NONREF, AVDISCARD_BIDIR};
 
 std::size_t budget_for(std::size_t picture_bytes) {
@@ -36,7 +45,7 @@ std::size_t budget_for(std::size_t picture_bytes) {
 ReverseRun::ReverseRun(std::shared_ptr<const FileSource> source, AccessPointFinder& points, RunOutlet outlet,
                        const Stream& stream, Position from, const std::function<void()>& wake)
     : points_{points}, outlet_{std::move(outlet)}, stream_{stream}, budget_{budget_for(stream.picture_bytes)},
-      next_end_{from}, decoders_{{{source, wake}, {source, wake}}} {}
+      effort_{assumed_effort}, next_end_{from}, decoder_{std::move(source), wake} {}
 
 ReverseRun::~ReverseRun() {
     abandon_windows();
@@ -84,7 +93,9 @@ void ReverseRun::take_account() {
     for (const auto& window : windows_) {
         if (window->done && window->decoded > 0) {
             outlet_.decoded(std::exchange(window->decoded, 0));
-            last_took_ = window->took;
+            const Seconds took = Seconds{window->took} * (window->is_urgent ? hurried_speed : 1.0);
+            effort_ = (effort_ * experience_ + took) / (experience_ + window->work);
+            experience_ = std::min(experience_ + window->work, longest_experience);
         }
     }
 }
@@ -101,6 +112,10 @@ bool ReverseRun::offer() {
         }
         Picture picture = std::move(pictures.back());
         pictures.pop_back();
+        if (std::exchange(windows_.front()->is_first, false)) {
+            // After turning round the picture stands until it is there, instead of leaving something out.
+            outlet_.pictures->clock.hold_back_to(picture.position, SteadyClock::now());
+        }
         const bool is_last = exhausted_ && windows_.size() == 1 && pictures.empty();
         if (offered_ && !is_last && !spacing_.admits(picture.position)) {
             continue;
@@ -123,71 +138,118 @@ std::size_t ReverseRun::held() const {
     return held;
 }
 
-/// @param distance from where decoding begins to the window's end, pictures
-std::size_t ReverseRun::next_size(std::size_t distance) const {
-    const std::size_t usual = std::max(budget_ * 2 / 5, smallest_window);
-    if (windows_begun_ >= first_windows.size()) {
-        return usual;
-    }
-    return std::min(std::max(first_windows[windows_begun_], distance / worthwhile_share), usual);
+/// What decoding with this level costs, as a share of decoding everything.
+double ReverseRun::cost(AVDiscard skip) const {
+    constexpr double of_any_unit = 0.3;
+    return of_any_unit + (1.0 - of_any_unit) * stream_.shares.kept(skip);
 }
 
-/// Whether what is held lasts until the next window would be decoded, as far as the last one tells.
-bool ReverseRun::has_reserve() const {
-    return !windows_.empty() && held() > std::max(windows_.back()->expected, comfortable_reserve);
+/// Pictures of the stream from where the next window is decoded to its end.
+std::size_t ReverseRun::distance() const {
+    return static_cast<std::size_t>(
+        std::max<Ticks::rep>((next_end_ - start_->presentation) / stream_.unit, 1));
+}
+
+/// What speed and machine allow.
+AVDiscard ReverseRun::choose_skip() const {
+    const AVDiscard planned = stream_.shares.skip_for(magnitude_);
+    const Seconds interval = Seconds{stream_.unit} / magnitude_;
+    const auto is_affordable = [&](AVDiscard skip) {
+        return effort_ * cost(std::max(planned, skip)) / hurried_speed <= interval * affordable_load;
+    };
+    const auto* const first = std::ranges::find_if(thinner, is_affordable);
+    return std::max(planned, first == thinner.end() ? thinner.back() : *first);
+}
+
+/// How long what is held lasts on the screen.
+Seconds ReverseRun::reserve() const {
+    const PlayClock clock = outlet_.pictures->clock.snapshot();
+    if (clock.running()) {
+        return clock.due(next_end_) - SteadyClock::now();
+    }
+    return Seconds{stream_.unit} / magnitude_ * static_cast<double>(held());
+}
+
+/// Finds where the next window can be decoded.
+/// @return false when that is not known yet, or there is no more
+bool ReverseRun::find_start() {
+    if (!start_) {
+        const auto found = points_.find(std::max(next_end_ - Ticks{1}, Position{}));
+        exhausted_ = found && (!*found || (*found)->presentation >= next_end_);
+        start_ = found && !exhausted_ ? *found : std::nullopt;
+    }
+    return start_.has_value();
 }
 
 /// @return true when a window was begun
 bool ReverseRun::schedule() {
-    const auto decoder = std::ranges::find_if(decoders_, &WindowDecoder::is_idle);
-    if (exhausted_ || decoder == decoders_.end() || has_reserve() || held() + smallest_window > budget_) {
+    if (exhausted_ || !decoder_.is_idle() || !find_start() || !skip_what_is_late()) {
         return false;
     }
-    skip_what_is_late();
-    const auto start = points_.find(std::max(next_end_ - Ticks{1}, Position{}));
-    if (!start) {
-        return false;
-    }
-    if (!*start || (*start)->presentation >= next_end_) {
-        exhausted_ = true;
-        return true;
-    }
-    const auto distance = static_cast<std::size_t>((next_end_ - (*start)->presentation) / stream_.unit);
-    const std::size_t size = std::min(next_size(distance), budget_ - held());
-    // At higher speeds a window of as many decoded pictures reaches further.
-    const AVDiscard skip = std::max(stream_.shares.skip_for(magnitude_), thinner[thinning_]);
+    // Beyond speed and machine the fewest pictures are decoded twice when a window reaches back to where its
+    // decoding begins; it begins when there is room for that, or for half of what may be held.
+    const AVDiscard skip = choose_skip();
     const double kept = stream_.shares.kept(skip);
-    const auto units = static_cast<Ticks::rep>(static_cast<double>(size) / kept);
+    const auto whole =
+        std::max(static_cast<std::size_t>(static_cast<double>(distance()) * kept), smallest_window);
+    const std::size_t room = budget_ - std::min(held(), budget_);
+    const Seconds work = effort_ * cost(skip) * static_cast<double>(distance());
+    const Seconds lasts = reserve();
+    if (room < std::min(whole, budget_ / 2) || lasts > work * usual_precaution + usual_reserve) {
+        return false;
+    }
+    const std::size_t size = std::min(whole, room);
     auto window = std::make_shared<DecodedWindow>();
-    window->start = *start;
+    window->start = start_;
     window->to = next_end_;
-    window->from = std::max((*start)->clean_from, next_end_ - units * stream_.unit);
+    window->from = start_->clean_from;
+    if (size < whole) {
+        const auto units = static_cast<Ticks::rep>(static_cast<double>(size) / kept);
+        window->from = std::max(window->from, next_end_ - units * stream_.unit);
+    }
     if (window->from >= window->to) {
-        window->from = (*start)->presentation;
+        window->from = start_->presentation;
     }
     window->skip = skip;
-    const double covered = static_cast<double>((window->to - window->from) / stream_.unit) * kept;
-    window->expected = std::min(size, static_cast<std::size_t>(std::max(covered, 1.0)));
+    window->expected = size;
+    const auto wanted = static_cast<double>((window->to - window->from) / stream_.unit);
+    window->work = wanted * cost(skip) +
+                   (static_cast<double>(distance()) - wanted) * cost(std::max(skip, AVDISCARD_NONREF));
+    window->is_urgent = lasts < work * least_precaution + least_reserve;
+    window->is_first = std::exchange(is_first_, false);
     window->display = outlet_.pictures->display.load();
     next_end_ = window->from;
-    ++windows_begun_;
+    start_.reset();
     windows_.push_back(window);
-    decoder->decode(std::move(window));
+    decoder_.decode(std::move(window));
     return true;
 }
 
 /// On a machine that cannot decode in time the position stays right, and pictures are left out: the next
-/// window is one that will be due when it is decoded. The file's first picture is never left out.
-void ReverseRun::skip_what_is_late() {
+/// window ends where it will be due when it is decoded. The file's first picture is never left out.
+/// @return false when it is not known yet from where that can be decoded
+bool ReverseRun::skip_what_is_late() {
     const PlayClock clock = outlet_.pictures->clock.snapshot();
     const SteadyTime now = SteadyClock::now();
-    if (clock.running() && now - clock.due(next_end_) > late_stretch) {
-        const Position due = std::max(clock.position(now + last_took_), Position{stream_.unit});
-        next_end_ = std::min(next_end_, due);
-        thinning_ = std::min(thinning_ + 1, thinner.size() - 1);
-    } else if (thinning_ > 0) {
-        --thinning_;
+    if (!clock.running() || now - clock.due(next_end_) <= late_stretch) {
+        return true;
     }
+    const Position shown = std::max(clock.position(now), Position{stream_.unit});
+    if (shown <= start_->presentation) {
+        next_end_ = shown;
+        start_.reset();
+        if (!find_start()) {
+            return false;
+        }
+    }
+    // While it is decoded the clock goes on as well.
+    const double work_per_time = effort_ / hurried_speed / Seconds{stream_.unit} * magnitude_;
+    const Ticks distance = next_end_ - start_->presentation;
+    const auto due = start_->presentation +
+                     Ticks{std::llround(static_cast<double>((shown - start_->presentation).count()) /
+                                        (1.0 + work_per_time))};
+    next_end_ = std::clamp(due, start_->presentation + std::min(stream_.unit, distance), next_end_);
+    return true;
 }
 
 std::optional<Position> ReverseRun::limit() const {

@@ -7,7 +7,8 @@
 #include "play/play_run.h"
 #include "play/window_decoder.h"
 
-#include <array>
+#include <chrono>
+#include <cstddef>
 #include <deque>
 #include <memory>
 #include <optional>
@@ -46,12 +47,15 @@ public:
 private:
     void take_account();
     bool offer();
-    bool has_reserve() const;
+    bool find_start();
     bool schedule();
-    void skip_what_is_late();
+    bool skip_what_is_late();
     void abandon_windows();
     std::size_t held() const;
-    std::size_t next_size(std::size_t distance) const;
+    std::size_t distance() const;
+    std::chrono::duration<double> reserve() const;
+    AVDiscard choose_skip() const;
+    double cost(AVDiscard skip) const;
 
     AccessPointFinder& points_;
     const RunOutlet outlet_;
@@ -60,14 +64,15 @@ private:
     PictureSpacing spacing_;
     double magnitude_{1.0};
     std::deque<std::shared_ptr<DecodedWindow>> windows_; ///< the latest stretch of the file first
+    std::chrono::duration<double> effort_;               ///< decoding one picture in one thread
+    double experience_{25.0};                            ///< pictures on which that rests
     Position next_end_;                                  ///< in front of it the next window ends
-    std::size_t windows_begun_{0};
-    SteadyClock::duration last_took_{}; ///< decoding a window
-    std::size_t thinning_{0};           ///< windows that came late, less those that were early
+    DecodingStart start_;                                ///< from where that can be decoded, once it is known
+    bool is_first_{true};                                ///< no window was begun
     std::optional<Position> last_offered_;
     bool offered_{false};
     bool exhausted_{false};
-    std::array<WindowDecoder, 2> decoders_;
+    WindowDecoder decoder_;
 };
 
 } // namespace velmora

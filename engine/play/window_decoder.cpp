@@ -51,6 +51,7 @@ void WindowDecoder::run(const std::stop_token& stop) {
 void WindowDecoder::work_on(DecodedWindow& window, const std::stop_token& stop) {
     const SteadyTime begun = SteadyClock::now();
     feed_.seek(window.start);
+    video_.set_hurry(window.is_urgent ? Hurry::always : Hurry::never);
     video_.restart(window.from);
     video_.set_skip(window.skip);
     bool is_finished = false;

@@ -46,7 +46,7 @@ void SharedPlayClock::set_rate(double rate, SteadyTime now) {
 
 void SharedPlayClock::hold_back_to(Position position, SteadyTime now) {
     const std::lock_guard lock{mutex_};
-    if (clock_.position(now) > position) {
+    if (clock_.due(position) < now) {
         clock_.anchor(position, clock_.rate(), now);
     }
 }

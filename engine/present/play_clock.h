@@ -36,7 +36,7 @@ class SharedPlayClock {
 public:
     void anchor(Position position, double rate, SteadyTime now);
     void set_rate(double rate, SteadyTime now);
-    /// Goes on from `position`, at the rate it has, when it is ahead of it.
+    /// Goes on from `position`, at the rate it has, when it has passed it.
     void hold_back_to(Position position, SteadyTime now);
     /// A consistent copy.
     PlayClock snapshot() const;

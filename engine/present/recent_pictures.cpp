@@ -1,5 +1,7 @@
 #include "present/recent_pictures.h"
 
+#include "decode/scaled_copy.h"
+
 #include <algorithm>
 #include <new>
 #include <utility>
@@ -12,7 +14,10 @@ namespace velmora {
 
 namespace {
 
-constexpr std::size_t most_bytes = std::size_t{16} << 20U;
+constexpr std::size_t most_bytes = std::size_t{64} << 20U;
+/// They cover the time in which a group of pictures is decoded: one in so many of it.
+constexpr std::size_t needed_share = 3;
+constexpr std::size_t assumed_group = 50;
 
 std::size_t bytes_of(const AVFrame& frame) {
     const int bytes =
@@ -22,17 +27,31 @@ std::size_t bytes_of(const AVFrame& frame) {
 
 } // namespace
 
+RecentPictures::RecentPictures() : group_{assumed_group} {}
+
 void RecentPictures::keep(const Picture& picture, const RgbPicture& rgb) {
     const std::lock_guard lock{mutex_};
+    follow_groups(picture);
     Entry entry{shown_copy(picture, rgb)};
     entry.bytes = bytes_of(*entry.picture.frame);
     bytes_ += entry.bytes;
     entries_.push_back(std::move(entry));
-    while (bytes_ > most_bytes) {
+    while (bytes_ > most_bytes || entries_.size() > group_ / needed_share + 2) {
         bytes_ -= entries_.front().bytes;
         spare_ = std::move(entries_.front().picture.frame);
         entries_.pop_front();
     }
+}
+
+/// Learns the distance of key pictures.
+void RecentPictures::follow_groups(const Picture& picture) {
+    ++since_key_;
+    if (picture.frame->key_frame != 0) {
+        group_ = seen_key_ ? since_key_ : group_;
+        seen_key_ = true;
+        since_key_ = 0;
+    }
+    group_ = std::max(group_, since_key_);
 }
 
 /// Where the picture was not scaled the decoded one is shared, which is smaller than what it was converted
@@ -41,32 +60,15 @@ Picture RecentPictures::shown_copy(const Picture& picture, const RgbPicture& rgb
     Picture copy;
     copy.position = picture.position;
     copy.whole_size = picture.whole_size;
-    const PictureSize decoded{picture.frame->width, picture.frame->height};
-    if (rgb.size == decoded) {
-        copy.frame.reset(av_frame_clone(picture.frame.get()));
-        if (!copy.frame) {
-            throw std::bad_alloc{};
-        }
+    if (rgb.scaled != nullptr) {
+        copy.whole_size = picture.whole_size.value_or(square_pixel_size(*picture.frame));
+        copy.frame = scaled_copy(*rgb.scaled, rgb.size, *picture.frame, std::move(spare_));
         return copy;
     }
-    copy.whole_size = picture.whole_size.value_or(square_pixel_size(*picture.frame));
-    const bool is_spare_fit = spare_ && spare_->format == AV_PIX_FMT_RGB24 &&
-                              PictureSize{spare_->width, spare_->height} == rgb.size &&
-                              av_frame_is_writable(spare_.get()) > 0;
-    copy.frame = is_spare_fit ? std::move(spare_) : make_frame();
-    if (!is_spare_fit) {
-        copy.frame->width = rgb.size.width;
-        copy.frame->height = rgb.size.height;
-        copy.frame->format = AV_PIX_FMT_RGB24;
-        // What libswscale assumes when it has to scale it once more.
-        copy.frame->colorspace = AVCOL_SPC_SMPTE170M;
-        copy.frame->color_range = AVCOL_RANGE_JPEG;
-        if (av_frame_get_buffer(copy.frame.get(), 0) < 0) {
-            throw std::bad_alloc{};
-        }
+    copy.frame.reset(av_frame_clone(picture.frame.get()));
+    if (!copy.frame) {
+        throw std::bad_alloc{};
     }
-    av_image_copy_plane(copy.frame->data[0], copy.frame->linesize[0], rgb.bytes.data(), rgb.pitch,
-                        rgb.size.width * 3, rgb.size.height);
     return copy;
 }
 
@@ -74,6 +76,8 @@ void RecentPictures::forget() {
     const std::lock_guard lock{mutex_};
     entries_.clear();
     bytes_ = 0;
+    seen_key_ = false;
+    since_key_ = 0;
 }
 
 std::deque<Picture> RecentPictures::take() {

@@ -10,9 +10,11 @@
 
 namespace velmora {
 
-/// Holds successive pictures as they were shown, bounded in bytes. Thread-safe.
+/// Holds successive pictures as they were shown: the more, the longer it takes to decode what lies in front
+/// of them, but bounded in bytes. Thread-safe.
 class RecentPictures {
 public:
+    RecentPictures();
     /// @param rgb what `picture` was converted to for the screen
     void keep(const Picture& picture, const RgbPicture& rgb);
     /// What comes next does not follow what was kept.
@@ -26,6 +28,7 @@ private:
         std::size_t bytes{0};
     };
 
+    void follow_groups(const Picture& picture);
     Picture shown_copy(const Picture& picture, const RgbPicture& rgb);
 
     std::mutex mutex_;
@@ -33,6 +36,9 @@ private:
     std::deque<Entry> entries_;
     std::size_t bytes_{0}; ///< of all entries
     AvFrame spare_;        ///< let go last, to be filled again
+    std::size_t group_;    ///< distance of the latest key pictures
+    std::size_t since_key_{0};
+    bool seen_key_{false};
 };
 
 } // namespace velmora

@@ -30,9 +30,7 @@ bool VideoTrack::begin_stream(const QueuedVideo& queued) {
     if (is_live_) {
         decoder_->expect_whole_units();
     }
-    if (hurries_to_wanted_) {
-        decoder_->hurry_to_wanted();
-    }
+    decoder_->set_hurry(hurry_);
     if (accepts_damaged_start_) {
         decoder_->accept_damaged_start();
     }
@@ -95,6 +93,13 @@ void VideoTrack::restart(Position wanted_from) {
     last_position_.reset();
     wanted_from_ = wanted_from;
     awaits_access_point_ = true;
+}
+
+void VideoTrack::set_hurry(Hurry hurry) {
+    hurry_ = hurry;
+    if (decoder_) {
+        decoder_->set_hurry(hurry);
+    }
 }
 
 void VideoTrack::set_skip(AVDiscard skip) {

@@ -30,8 +30,8 @@ public:
     void preview_first(std::function<void(Picture)> on_preview) { on_preview_ = std::move(on_preview); }
     /// Decodes from the first unit on, access point or not.
     void accept_damaged_start() { accepts_damaged_start_ = true; }
-    /// Is at the first wanted picture soon: see VideoDecoder::hurry_to_wanted. Before the first unit.
-    void hurry_to_wanted() { hurries_to_wanted_ = true; }
+    /// See VideoDecoder::set_hurry.
+    void set_hurry(Hurry hurry);
     /// For a stream that is live: see VideoDecoder::expect_whole_units. Before the first unit.
     void decode_without_delay() { is_live_ = true; }
     /// Leaves out pictures of these classes.
@@ -73,7 +73,7 @@ private:
     bool awaits_access_point_{true};
     bool accepts_damaged_start_{false};
     bool is_live_{false};
-    bool hurries_to_wanted_{false};
+    Hurry hurry_{Hurry::never};
     AVDiscard skip_{AVDISCARD_DEFAULT};
 };
 

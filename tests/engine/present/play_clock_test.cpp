@@ -46,5 +46,22 @@ TEST(PlayClock, ChangesItsRateWithoutAJump) {
     EXPECT_EQ(clock.position(now + 10s), at(7));
 }
 
+TEST(PlayClock, IsHeldBackToWhatItHasPassedInBothDirections) {
+    SharedPlayClock clock;
+    const SteadyTime now{100s};
+    for (const double rate : {1.0, -1.0}) {
+        clock.anchor(at(10), rate, now);
+        const Position passed = rate > 0 ? at(12) : at(8);
+        clock.hold_back_to(passed, now + 1s);
+        EXPECT_EQ(clock.snapshot().due(passed), now + 2s) << "not due yet, nothing changes";
+        clock.hold_back_to(passed, now + 5s);
+        EXPECT_EQ(clock.snapshot().position(now + 5s), passed);
+        EXPECT_EQ(clock.snapshot().rate(), rate);
+    }
+    clock.anchor(at(10), 0.0, now);
+    clock.hold_back_to(at(8), now + 5s);
+    EXPECT_EQ(clock.snapshot().position(now + 5s), at(10)) << "a clock that stands passes nothing";
+}
+
 } // namespace
 } // namespace velmora

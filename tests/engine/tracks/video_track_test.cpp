@@ -79,12 +79,14 @@ protected:
 };
 
 TEST_P(HurryingTrack, ShowsWhatAnyOtherShows) {
-    VideoTrack hurrying;
-    hurrying.hurry_to_wanted();
     const Position target{1500ms};
     const auto plain = decode(VideoTrack{}, target);
     ASSERT_GT(plain.size(), 80U);
-    EXPECT_EQ(decode(std::move(hurrying), target), plain);
+    for (const Hurry hurry : {Hurry::to_wanted, Hurry::always}) {
+        VideoTrack hurrying;
+        hurrying.set_hurry(hurry);
+        EXPECT_EQ(decode(std::move(hurrying), target), plain);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Streams, HurryingTrack,
