@@ -103,7 +103,6 @@ void LiveView::run(const std::stop_token& stop) {
     while (!stop.stop_requested()) {
         try {
             take_blocks();
-            follow_shown();
             while (!stop.stop_requested() && work()) {
                 take_blocks();
             }
@@ -120,12 +119,15 @@ void LiveView::run(const std::stop_token& stop) {
 void LiveView::take_blocks() {
     std::deque<SharedBlock> blocks;
     bool were_dropped = false;
+    bool shown = false;
     {
         const std::lock_guard lock{mutex_};
+        shown = shown_wanted_;
         blocks.swap(blocks_);
         block_bytes_ = 0;
         were_dropped = std::exchange(blocks_dropped_, false);
     }
+    follow_shown(shown); // first: what came since it is shown is live
     if (were_dropped) {
         log_incident("live", "overflow",
                      "the stream came faster than it can be taken apart, a part left out");
@@ -221,12 +223,7 @@ void LiveView::begin_again(Position wanted_from) {
 }
 
 /// Ends what was shown, or brings up the latest picture by what was kept for it.
-void LiveView::follow_shown() {
-    bool shown = false;
-    {
-        const std::lock_guard lock{mutex_};
-        shown = shown_wanted_;
-    }
+void LiveView::follow_shown(bool shown) {
     if (shown == std::exchange(is_shown_, shown)) {
         return;
     }

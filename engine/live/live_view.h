@@ -73,7 +73,7 @@ private:
     void take_apart(const PacketBlock& block);
     void keep(const QueuedVideo& video);
     void look_ahead(SteadyTime arrived);
-    void follow_shown();
+    void follow_shown(bool shown);
     void bound_pending();
     void drop_to_access_point();
     void begin_again(Position wanted_from);

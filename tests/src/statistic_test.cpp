@@ -186,6 +186,7 @@ TEST_F(StatisticTest, ShowsEveryFigureWithoutUnits) {
 }
 
 TEST_F(StatisticTest, NamesTheProtocolsAndLeavesTheLabelAtOthers) {
+    report([](velmora_info_t& info) { info.get_strm_info.protocol = Protocol_HTTP; });
     open_dialog([&] {
         poll_protocol(Protocol_HTTP);
         EXPECT_EQ(text("prot_info_lbl"), "") << "a fresh dialog";
