@@ -183,7 +183,7 @@ bool ReverseRun::find_start() {
 
 /// @return true when a window was begun
 bool ReverseRun::schedule() {
-    if (exhausted_ || !decoder_.is_idle() || !find_start() || !skip_what_is_late()) {
+    if (exhausted_ || !find_start() || !decoder_.is_idle() || !skip_what_is_late()) {
         return false;
     }
     // Beyond speed and machine the fewest pictures are decoded twice when a window reaches back to where its
