@@ -150,12 +150,23 @@ std::size_t ReverseRun::distance() const {
         std::max<Ticks::rep>((next_end_ - start_->presentation) / stream_.unit, 1));
 }
 
-/// What speed and machine allow.
+/// @param covered pictures of the stream that the window spans; those in front of it only serve as references
+/// @return decoding it, in pictures
+double ReverseRun::work(AVDiscard skip, double covered) const {
+    const double in_front = std::max(static_cast<double>(distance()) - covered, 0.0);
+    return covered * cost(skip) + in_front * cost(std::max(skip, AVDISCARD_NONREF));
+}
+
+/// What the speed leaves out, and what the machine cannot decode in time.
 AVDiscard ReverseRun::choose_skip() const {
     const AVDiscard planned = stream_.shares.skip_for(magnitude_);
     const Seconds interval = Seconds{stream_.unit} / magnitude_;
-    const auto is_affordable = [&](AVDiscard skip) {
-        return effort_ * cost(std::max(planned, skip)) / hurried_speed <= interval * affordable_load;
+    const std::size_t usual_size = budget_ / 2;
+    const auto is_affordable = [&](AVDiscard level) {
+        const AVDiscard skip = std::max(planned, level);
+        const double covered = std::min(static_cast<double>(distance()),
+                                        static_cast<double>(usual_size) / stream_.shares.kept(skip));
+        return effort_ / hurried_speed * work(skip, covered) <= interval * covered * affordable_load;
     };
     const auto* const first = std::ranges::find_if(thinner, is_affordable);
     return std::max(planned, first == thinner.end() ? thinner.back() : *first);
@@ -186,19 +197,19 @@ bool ReverseRun::schedule() {
     if (exhausted_ || !find_start() || !decoder_.is_idle() || !skip_what_is_late()) {
         return false;
     }
-    // Beyond speed and machine the fewest pictures are decoded twice when a window reaches back to where its
-    // decoding begins; it begins when there is room for that, or for half of what may be held.
+    // The fewest pictures are decoded twice when a window reaches back to where its decoding begins: there
+    // must be room for that, or at least for half of what may be held.
     const AVDiscard skip = choose_skip();
     const double kept = stream_.shares.kept(skip);
     const auto whole =
         std::max(static_cast<std::size_t>(static_cast<double>(distance()) * kept), smallest_window);
     const std::size_t room = budget_ - std::min(held(), budget_);
-    const Seconds work = effort_ * cost(skip) * static_cast<double>(distance());
+    const std::size_t size = std::min(whole, room);
+    const Seconds needed = effort_ * work(skip, static_cast<double>(size) / kept);
     const Seconds lasts = reserve();
-    if (room < std::min(whole, budget_ / 2) || lasts > work * usual_precaution + usual_reserve) {
+    if (room < std::min(whole, budget_ / 2) || lasts > needed * usual_precaution + usual_reserve) {
         return false;
     }
-    const std::size_t size = std::min(whole, room);
     auto window = std::make_shared<DecodedWindow>();
     window->start = start_;
     window->to = next_end_;
@@ -212,10 +223,8 @@ bool ReverseRun::schedule() {
     }
     window->skip = skip;
     window->expected = size;
-    const auto wanted = static_cast<double>((window->to - window->from) / stream_.unit);
-    window->work = wanted * cost(skip) +
-                   (static_cast<double>(distance()) - wanted) * cost(std::max(skip, AVDISCARD_NONREF));
-    window->is_urgent = lasts < work * least_precaution + least_reserve;
+    window->work = work(skip, static_cast<double>((window->to - window->from) / stream_.unit));
+    window->is_urgent = lasts < needed * least_precaution + least_reserve;
     window->is_first = std::exchange(is_first_, false);
     window->display = outlet_.pictures->display.load();
     next_end_ = window->from;

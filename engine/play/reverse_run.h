@@ -56,6 +56,7 @@ private:
     std::chrono::duration<double> reserve() const;
     AVDiscard choose_skip() const;
     double cost(AVDiscard skip) const;
+    double work(AVDiscard skip, double covered) const;
 
     AccessPointFinder& points_;
     const RunOutlet outlet_;
