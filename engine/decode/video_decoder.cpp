@@ -4,7 +4,9 @@
 #include "diagnostics/log.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
+#include <ctime>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -24,6 +26,13 @@ constexpr int most_threads = 4;
 constexpr int large_picture = 1280 * 720;
 constexpr Ticks long_way = std::chrono::milliseconds{300};
 constexpr int hurrying_threads = 2;
+
+/// Of the calling thread.
+DecodingLoad::Cost processor_time() {
+    timespec time{};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return std::chrono::seconds{time.tv_sec} + std::chrono::nanoseconds{time.tv_nsec};
+}
 
 std::int64_t ticks_or_none(std::optional<Position> position) {
     return position ? position->time_since_epoch().count() : AV_NOPTS_VALUE;
@@ -64,6 +73,7 @@ void VideoDecoder::expect_whole_units() {
     expects_whole_units_ = true;
     parser_->flags |= PARSER_FLAG_COMPLETE_FRAMES;
     context_->thread_type = FF_THREAD_SLICE;
+    load_.emplace();
 }
 
 void VideoDecoder::check_wholeness(std::span<const std::uint8_t> unit, bool has_time) {
@@ -160,18 +170,13 @@ void VideoDecoder::parse(const std::uint8_t* data, int size, std::optional<Posit
             if (skip_from_key_ && kind == PictureClass::key) {
                 skip_ = *std::exchange(skip_from_key_, std::nullopt);
             }
-            if (is_flushed_ || kind == PictureClass::key) {
+            if (!load_ && (is_flushed_ || kind == PictureClass::key)) {
                 choose_threads({unit, static_cast<std::size_t>(unit_size)}, wanted_from, sink);
             }
             is_flushed_ = false;
             context_->skip_frame = only_reference ? std::max(skip_, AVDISCARD_NONREF) : skip_;
-            const bool comes_late = context_->has_b_frames > 0 || context_->thread_count > 1;
-            if (const Sink preview = std::exchange(preview_, nullptr); preview && comes_late) {
-                send(packet_.get(), preview);
-                send(nullptr, preview);
-                avcodec_flush_buffers(context_.get());
-            }
-            send(packet_.get(), sink);
+            show_preview();
+            decode_packet({unit, static_cast<std::size_t>(unit_size)}, sink);
         } else if (used <= 0) {
             is_last_round = true;
         }
@@ -231,24 +236,72 @@ void VideoDecoder::choose_threads(std::span<const std::uint8_t> unit, Position w
     const Position position{Ticks{packet_->pts}};
     const bool in_hurry = is_in_hurry(position, wanted_from);
     if (is_flushed_) {
-        exchange(in_hurry ? std::max(usual_threads_, hurrying_threads) : usual_threads_);
+        exchange(in_hurry ? std::max(usual_threads_, hurrying_threads) : usual_threads_,
+                 context_->thread_type);
     } else if (!in_hurry && position >= wanted_from && context_->thread_count != usual_threads_ &&
                begins_anew(codec_id_, unit)) {
         send(nullptr, sink);
-        exchange(usual_threads_);
+        exchange(usual_threads_, context_->thread_type);
     }
 }
 
+/// More threads, each of which delays pictures by an interval, only from where one thread has been too slow.
+void VideoDecoder::follow_load(std::span<const std::uint8_t> unit, const Sink& sink) {
+    if (packet_->pts == AV_NOPTS_VALUE || parser_->width * parser_->height < large_picture ||
+        !begins_anew(codec_id_, unit)) {
+        return;
+    }
+    const int threads = load_->threads_from(Position{Ticks{packet_->pts}});
+    const int type = threads > 1 ? FF_THREAD_FRAME : FF_THREAD_SLICE;
+    const int count = std::max(usual_threads_, threads);
+    if (!has_threads(count, type)) {
+        send(nullptr, sink);
+        exchange(count, type);
+    }
+}
+
+void VideoDecoder::show_preview() {
+    const Sink preview = std::exchange(preview_, nullptr);
+    if (!preview || (context_->has_b_frames == 0 && context_->thread_count == 1)) {
+        return;
+    }
+    const auto begin = processor_time();
+    send(packet_.get(), preview);
+    send(nullptr, preview);
+    avcodec_flush_buffers(context_.get());
+    if (load_) {
+        load_->begin_with(static_cast<std::size_t>(packet_->size), processor_time() - begin);
+    }
+}
+
+void VideoDecoder::decode_packet(std::span<const std::uint8_t> unit, const Sink& sink) {
+    if (!load_) {
+        send(packet_.get(), sink);
+        return;
+    }
+    follow_load(unit, sink);
+    const bool is_own_work = context_->active_thread_type != FF_THREAD_FRAME;
+    const auto begin = processor_time();
+    send(packet_.get(), sink);
+    const auto cost = processor_time() - begin;
+    load_->add(unit.size(), is_own_work ? std::optional{cost} : std::nullopt);
+}
+
+bool VideoDecoder::has_threads(int threads, int thread_type) const {
+    return context_->thread_count == threads && context_->thread_type == thread_type;
+}
+
 /// A decoder that has decoded nothing in the place of the present one.
-void VideoDecoder::exchange(int threads) {
-    if (context_->thread_count == threads) {
+void VideoDecoder::exchange(int threads, int thread_type) {
+    if (has_threads(threads, thread_type)) {
         return;
     }
     CodecContext fresh = make_context(codec_id_);
     fresh->flags = context_->flags;
     fresh->flags2 = context_->flags2;
-    fresh->thread_type = context_->thread_type;
+    fresh->thread_type = thread_type;
     fresh->has_b_frames = context_->has_b_frames;
+    fresh->skip_frame = context_->skip_frame;
     context_ = std::move(fresh);
     open_with(threads);
 }
@@ -262,12 +315,18 @@ void VideoDecoder::send(const AVPacket* packet, const Sink& sink) {
 }
 
 void VideoDecoder::receive(const Sink& sink) {
-    while (true) {
+    int failures = 0;
+    while (failures <= most_threads) {
         AvFrame frame = make_frame();
         const int result = avcodec_receive_frame(context_.get(), frame.get());
-        if (result < 0) {
-            errors_ += result != AVERROR(EAGAIN) && result != AVERROR_EOF ? 1 : 0;
+        if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) {
             return;
+        }
+        if (result < 0) {
+            // What other threads have decoded comes behind it.
+            ++errors_;
+            ++failures;
+            continue;
         }
         if (frame->decode_error_flags != 0) {
             ++errors_;

@@ -1,6 +1,7 @@
 // Turns the PES packets of a video stream into pictures.
 #pragma once
 
+#include "decode/decoding_load.h"
 #include "decode/picture_class.h"
 #include "media/av_handles.h"
 #include "media/timeline.h"
@@ -58,7 +59,8 @@ public:
     /// begins the next time.
     void set_hurry(Hurry hurry) { hurry_ = hurry; }
     /// For a stream that is live: takes each unit for one access unit, instead of waiting for the beginning
-    /// of the next one to be sure, until a unit shows that it is not; and decodes without threads that delay.
+    /// of the next one to be sure, until a unit shows that it is not; and decodes without threads that delay,
+    /// as long as one decodes large pictures in time.
     void expect_whole_units();
     /// Shows pictures even where no access point was found in front of them.
     void accept_damaged_start();
@@ -77,7 +79,11 @@ private:
     void open_with(int threads);
     void choose_threads(std::span<const std::uint8_t> unit, Position wanted_from, const Sink& sink);
     bool is_in_hurry(Position at, Position wanted_from) const;
-    void exchange(int threads);
+    void follow_load(std::span<const std::uint8_t> unit, const Sink& sink);
+    bool has_threads(int threads, int thread_type) const;
+    void exchange(int threads, int thread_type);
+    void show_preview();
+    void decode_packet(std::span<const std::uint8_t> unit, const Sink& sink);
     void send(const AVPacket* packet, const Sink& sink);
     void receive(const Sink& sink);
 
@@ -92,6 +98,7 @@ private:
     Hurry hurry_{Hurry::never};
     bool is_flushed_{true}; ///< nothing was decoded since
     int usual_threads_{1};
+    std::optional<DecodingLoad> load_; ///< of a stream that is live
     PictureClassShares shares_;
     AVDiscard skip_{AVDISCARD_DEFAULT};
     std::optional<AVDiscard> skip_from_key_;

@@ -31,7 +31,7 @@ bool LiveClock::note(Position position, SteadyTime ready, Kind kind) {
     if (has_jumped(origin, ready)) {
         restart();
     }
-    if (origin_ && origin + delay_ > *origin_ + jump) {
+    if (kind == Kind::other && origin_ && origin + delay_ > *origin_ + jump) {
         stood_still_at_ = ready;
     }
     latest_ = origin;

@@ -27,9 +27,6 @@ constexpr auto sound_lead = 60ms;
 constexpr auto latest_sound = 1s;
 /// Pictures that are shown late by less are not left out.
 constexpr auto patience = 500ms;
-/// Decoding that is late by this leaves pictures out, and by this goes on at an access point.
-constexpr auto late_decoding = 400ms;
-constexpr auto lost_decoding = 1s;
 
 bool is_access_point(const QueuedVideo& video) {
     const auto payload = std::span{video.unit.bytes}.subspan(video.unit.payload_start);
@@ -275,19 +272,32 @@ bool LiveView::decode_video() {
         video_.bring_out();
     }
     const SteadyTime end = SteadyClock::now();
+    was_full_ = was_full_ && !is_overdue(end);
     // What waited because enough was decoded already could have been ready earlier.
     ready_at_ = was_full_ ? std::min(end, std::max(next.arrived, ready_at_) + (end - begin)) : end;
     note_pictures(ready_at_);
     return true;
 }
 
+/// Whether the screen waits for pictures that were due before they were decoded.
+bool LiveView::is_overdue(SteadyTime decoded) const {
+    if (video_.ready().empty() || !pictures_->pictures.empty()) {
+        return false;
+    }
+    return pictures_->clock.snapshot().due(video_.ready().front().position) < decoded;
+}
+
 /// Leaves out what nothing refers to while decoding is late, and everything up to an access point when that
 /// does not help.
 void LiveView::keep_up(SteadyTime arrived) {
-    const auto behind = SteadyClock::now() - arrived;
-    const bool is_late = offered_ && !was_full_ && behind > late_decoding;
-    video_.set_skip(is_late ? AVDISCARD_NONREF : AVDISCARD_DEFAULT);
-    if (!is_late || behind < lost_decoding) {
+    const SteadyTime now = SteadyClock::now();
+    if (!offered_ || was_full_) {
+        late_decoding_.reset(); // it waits for the stream or for room, not for decoding
+    } else {
+        late_decoding_.observe(now - arrived, now);
+    }
+    video_.set_skip(late_decoding_.leaves_out() ? AVDISCARD_NONREF : AVDISCARD_DEFAULT);
+    if (!late_decoding_.is_lost()) {
         return;
     }
     const auto point =

@@ -1,6 +1,7 @@
 // Shows a live stream: takes packets, decodes, offers pictures and sound as early as they can be shown.
 #pragma once
 
+#include "live/late_decoding.h"
 #include "live/live_clock.h"
 #include "media/packet_block.h"
 #include "present/audio_out.h"
@@ -83,6 +84,7 @@ private:
     void offer_preview(Picture picture);
     bool offer_pictures();
     bool offer_sounds();
+    bool is_overdue(SteadyTime decoded) const;
     void keep_up(SteadyTime arrived);
     void note_pictures(SteadyTime ready);
     void note_sound(const SoundFrame& sound, SteadyTime ready);
@@ -103,6 +105,7 @@ private:
     VideoTrack video_;
     SoundTrack sound_;
     LiveClock clock_;
+    LateDecoding late_decoding_;
     LiveClock sound_readiness_{LiveClock::Delay{0}};
     std::deque<PendingVideo> pending_video_;
     std::deque<PendingSound> pending_sound_;

@@ -147,9 +147,11 @@ TEST(LiveClock, ASenderClockThatIsOffNeverAccumulates) {
 
 TEST(LiveClock, AfterAKeyPictureThatWasLongOnItsWayNoPictureIsPassedOver) {
     Stream stream{0ms};
+    stream.pictures(50, 10ms);
     for (int group = 0; group < 3; ++group) {
         milliseconds lateness = 700ms;
         auto due = stream.picture(lateness, LiveClock::Kind::key);
+        EXPECT_GE(due, lateness);
         for (int i = 0; i < 49; ++i) {
             // The others are short: each is ready soon after the one in front of it.
             lateness = std::max(lateness - 30ms, 10ms);

@@ -1,4 +1,4 @@
-// Hurrying to the first wanted picture changes how fast pictures come, not which ones.
+// More threads change how fast pictures come, not which ones.
 #include "tracks/video_track.h"
 
 #include "file/stream_feed.h"
@@ -7,11 +7,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <filesystem>
+#include <iterator>
 #include <numeric>
 #include <ostream>
 #include <span>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -44,26 +48,32 @@ Seen look_at(const Picture& picture) {
     return {picture.position, sum};
 }
 
+std::ptrdiff_t threads_of_process() {
+    return std::distance(std::filesystem::directory_iterator{"/proc/self/task"}, {});
+}
+
+StreamRecipe large_pictures(const Case& which) {
+    StreamRecipe recipe;
+    recipe.codec = which.codec;
+    recipe.width = 1280;
+    recipe.height = 720;
+    recipe.duration = 5;
+    recipe.gop = 50;
+    recipe.bframes = 3;
+    recipe.video_options = which.options;
+    return recipe;
+}
+
 class HurryingTrack : public testing::TestWithParam<Case> {
 protected:
-    static std::filesystem::path large_pictures() {
-        StreamRecipe recipe;
-        recipe.codec = GetParam().codec;
-        recipe.width = 1280;
-        recipe.height = 720;
-        recipe.duration = 5;
-        recipe.gop = 50;
-        recipe.bframes = 3;
-        recipe.video_options = GetParam().options;
-        return make_stream(recipe);
-    }
-
-    static std::vector<Seen> decode(VideoTrack track, Position wanted_from) {
-        StreamFeed feed{std::make_shared<const FileSource>(large_pictures().string())};
+    std::vector<Seen> decode(VideoTrack track, Position wanted_from) {
+        StreamFeed feed{std::make_shared<const FileSource>(stream_.string())};
         std::vector<Seen> seen;
+        threads_ = 0;
         const auto take_ready = [&] {
             std::ranges::transform(track.ready(), std::back_inserter(seen), look_at);
             track.ready().clear();
+            threads_ = std::max(threads_, threads_of_process());
         };
         track.restart(wanted_from);
         do {
@@ -76,6 +86,9 @@ protected:
         take_ready();
         return seen;
     }
+
+    std::filesystem::path stream_{make_stream(large_pictures(GetParam()))};
+    std::ptrdiff_t threads_{0}; ///< most of them at a time while a stream was decoded
 };
 
 TEST_P(HurryingTrack, ShowsWhatAnyOtherShows) {
@@ -88,6 +101,35 @@ TEST_P(HurryingTrack, ShowsWhatAnyOtherShows) {
         EXPECT_EQ(decode(std::move(hurrying), target), plain);
     }
 }
+
+class HurryingLiveTrack : public HurryingTrack {
+protected:
+    HurryingLiveTrack() {
+        // So many pictures of so many bits take more than one thread's time.
+        StreamRecipe recipe = large_pictures(GetParam());
+        recipe.fps = 200;
+        recipe.gop = 200;
+        recipe.bitrate = GetParam().codec == "h264" ? "40M" : "10M";
+        recipe.duration = 2;
+        stream_ = make_stream(recipe);
+    }
+};
+
+TEST_P(HurryingLiveTrack, ShowsWhatAnyOtherShows) {
+    const auto plain = decode(VideoTrack{}, Position::min());
+    ASSERT_EQ(plain.size(), 400U);
+    const auto threads_of_one = threads_of_process();
+    VideoTrack live;
+    live.decode_without_delay();
+    EXPECT_EQ(decode(std::move(live), Position::min()), plain);
+    if (std::thread::hardware_concurrency() > 1) {
+        EXPECT_GT(threads_, threads_of_one) << "this machine decodes faster than was thought possible";
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Streams, HurryingLiveTrack,
+                         testing::Values(Case{"H264", "h264", ""}, Case{"Hevc", "hevc", ""}),
+                         [](const auto& instance) { return instance.param.name; });
 
 INSTANTIATE_TEST_SUITE_P(Streams, HurryingTrack,
                          testing::Values(Case{"H264", "h264", ""},
