@@ -12,7 +12,7 @@ using namespace std::chrono_literals;
 
 /// The share of one thread's time that decoding may take: pictures differ, and so do the moments of a
 /// machine.
-constexpr double heavy = 0.55;
+constexpr double heavy = 0.7;
 /// Below this share one thread is enough again.
 constexpr double light = 0.35;
 /// A first picture that takes longer is one of a heavy stream.

@@ -51,17 +51,17 @@ TEST_F(DecodingLoadTest, OneThreadDecodesALightStream) {
 }
 
 TEST_F(DecodingLoadTest, AHeavyStreamTakesMoreFromTheNextGroupOn) {
-    EXPECT_EQ(stream_.groups(1, 28ms), 2);
+    EXPECT_EQ(stream_.groups(1, 32ms), 2);
 }
 
 TEST_F(DecodingLoadTest, MoreThreadsStayWhileTheStreamIsAsHeavy) {
-    stream_.groups(1, 28ms);
+    stream_.groups(1, 32ms);
     EXPECT_EQ(stream_.groups(10, std::nullopt), 2);
     EXPECT_EQ(stream_.groups(1, std::nullopt, unit_size * 3 / 4), 2) << "and while it is a little lighter";
 }
 
 TEST_F(DecodingLoadTest, OneThreadIsEnoughAgainForALightStream) {
-    stream_.groups(1, 28ms);
+    stream_.groups(1, 32ms);
     EXPECT_EQ(stream_.groups(1, std::nullopt, unit_size / 3), 1);
     EXPECT_EQ(stream_.groups(10, 9ms, unit_size / 3), 1);
 }
