@@ -1,10 +1,12 @@
 // Live streams whose pictures come, or are shown, unevenly: each picture is seen all the same.
 #include "live_under_test.h"
+#include "support/standstill.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <chrono>
+#include <functional>
 #include <set>
 #include <thread>
 
@@ -12,29 +14,61 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// What a machine may cost that stands still for longer than it is tested here.
+constexpr int view_mask = 1 << STREAMING_BIT;
+
+/// A machine that stands still costs pictures: a view that it disturbed for longer tells nothing, another is
+/// tried.
+constexpr auto undisturbed = 60ms;
+constexpr int most_attempts = 5;
 constexpr std::uint32_t missing_on_a_busy_machine = 2;
 
 class LivePace : public testing::Test {
 protected:
+    using Screen = std::function<void(const EngineUnderTest&)>;
+
+    /// Tries views until one is as it should be, or not disturbed.
+    static void expect_of_a_view(const std::function<bool()>& is_right) {
+        for (int i = 0; i < most_attempts; ++i) {
+            const StandstillWatch machine;
+            if (is_right()) {
+                return;
+            }
+            if (machine.longest() < undisturbed) {
+                ADD_FAILURE() << "the machine never stood still for longer than " << machine.longest().count()
+                              << " ms";
+                return;
+            }
+        }
+        GTEST_SKIP() << "this machine stands still too often";
+    }
+
+    /// @param screen what each picture meets
+    void expect_all_pictures(const StreamRecipe& stream, const Screen& screen = {}) {
+        expect_of_a_view([&] { return missing_in_one_view(stream, screen) <= missing_on_a_busy_machine; });
+    }
+
     /// Views the stream up to its last second, of which the last pictures wait for what never comes.
     /// @return pictures in front of the last one shown that were not shown
-    std::uint32_t pictures_missing(const StreamRecipe& stream) {
-        EXPECT_EQ(view(engine_, live_setup(port_)), 0);
+    std::uint32_t missing_in_one_view(const StreamRecipe& stream, const Screen& screen) {
+        EngineUnderTest engine{library_};
+        if (screen) {
+            engine.set_in_callback([&] { screen(engine); });
+        }
+        EXPECT_EQ(view(engine, live_setup(port_)), 0);
         const StreamSender sender{stream_bytes(stream), send_to(port_)};
         const auto enough = static_cast<std::uint32_t>(stream.fps * (stream.duration - 1));
-        EXPECT_TRUE(engine_.wait_for_info(
-            [&](const velmora_info_t&) { return engine_.last_number().value_or(0) >= enough; }));
+        EXPECT_TRUE(engine.wait_for_info(
+            [&](const velmora_info_t&) { return engine.last_number().value_or(0) >= enough; }));
+        engine.table().Velmora_stop(engine.handle(), view_mask);
         std::set<std::uint32_t> numbers;
-        for (const ReceivedPicture& picture : engine_.pictures()) {
+        for (const ReceivedPicture& picture : engine.pictures()) {
             numbers.insert(picture.number.value_or(0));
         }
-        return *numbers.rbegin() + 1 - static_cast<std::uint32_t>(numbers.size());
+        return numbers.empty() ? enough : *numbers.rbegin() + 1 - static_cast<std::uint32_t>(numbers.size());
     }
 
     std::uint16_t port_{free_udp_port()};
     EngineLibrary library_;
-    EngineUnderTest engine_{library_};
 };
 
 TEST_F(LivePace, KeyPicturesThatAreLongOnTheirWayCostNoOtherPicture) {
@@ -43,28 +77,32 @@ TEST_F(LivePace, KeyPicturesThatAreLongOnTheirWayCostNoOtherPicture) {
     recipe.gop = 50;
     recipe.video_options = "-x264-params ipratio=30:mbtree=0 -bufsize 1600k";
     recipe.mux_options = "-muxrate 550k"; // little more than the pictures have
-    EXPECT_LE(pictures_missing(recipe), missing_on_a_busy_machine);
+    expect_all_pictures(recipe);
 }
 
 TEST_F(LivePace, AScreenThatStandsStillForAMomentShowsWhatCameMeanwhileOneAfterTheOther) {
-    engine_.set_in_callback([this] {
-        if (engine_.picture_count() % 25 == 20) {
+    const auto hesitating = [](const EngineUnderTest& engine) {
+        if (engine.picture_count() % 25 == 20) {
             std::this_thread::sleep_for(200ms); // what is tested, not a wait
         }
-    });
-    EXPECT_LE(pictures_missing(small_live_stream()), missing_on_a_busy_machine);
+    };
+    expect_all_pictures(small_live_stream(), hesitating);
 }
 
 TEST_F(LivePace, AScreenThatIsTooSlowShowsWhatIsLive) {
-    engine_.set_in_callback([] { std::this_thread::sleep_for(60ms); }); // what is tested, not a wait
     StreamRecipe recipe = small_live_stream();
     recipe.duration = 7;
     recipe.gop = 500;   // no key picture to go on at, nor
     recipe.bframes = 0; // what can be left out
-    ASSERT_EQ(view(engine_, live_setup(port_)), 0);
-    const StreamSender sender{stream_bytes(recipe), send_to(port_)};
-    sender.wait();
-    EXPECT_GE(engine_.last_number().value_or(0), 25U * 7 - 35);
+    constexpr std::uint32_t live_at_the_end = 25 * 7 - 35;
+    expect_of_a_view([&] {
+        EngineUnderTest engine{library_};
+        engine.set_in_callback([] { std::this_thread::sleep_for(60ms); }); // what is tested, not a wait
+        EXPECT_EQ(view(engine, live_setup(port_)), 0);
+        const StreamSender sender{stream_bytes(recipe), send_to(port_)};
+        sender.wait();
+        return engine.last_number().value_or(0) >= live_at_the_end;
+    });
 }
 
 } // namespace

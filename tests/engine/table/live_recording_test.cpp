@@ -71,6 +71,9 @@ TEST_F(LiveRecording, IsBitForBitWhatWasSent) {
     engine_.table().Velmora_stop(engine_.handle(), record_mask);
     EXPECT_EQ(engine_.info().action_bit, view_mask);
 
+    // Stopping does not wait for the disk.
+    ASSERT_TRUE(engine_.wait_for_info(
+        [&](const velmora_info_t&) { return std::filesystem::file_size(file) >= tables + expected.size(); }));
     std::ifstream input{file, std::ios::binary};
     const std::vector<std::uint8_t> bytes{std::istreambuf_iterator<char>{input}, {}};
     ASSERT_EQ(bytes.size(), tables + expected.size());
@@ -157,8 +160,9 @@ TEST_F(LiveRecording, ACyclicOneKeepsTheLatestSecondsInFilesThatPlay) {
         files.push_back(recorded());
     }
     engine_.table().Velmora_stop(engine_.handle(), record_mask);
-    EXPECT_FALSE(std::filesystem::exists(files[0]));
-    EXPECT_FALSE(std::filesystem::exists(files[0].string() + ".idx"));
+    EXPECT_TRUE(engine_.wait_for_info([&](const velmora_info_t&) {
+        return !std::filesystem::exists(files[0]) && !std::filesystem::exists(files[0].string() + ".idx");
+    }));
     EXPECT_TRUE(std::filesystem::exists(files[2]));
     engine_.forget_pictures();
     ASSERT_EQ(engine_.play(files[1]), 0);
@@ -177,6 +181,8 @@ TEST_F(LiveRecording, AMarkTagsTheSecondThatIsRecorded) {
     mark.event_type = RECORD_TAG_EVENT;
     engine_.table().Velmora_set_event(engine_.handle(), mark);
     engine_.table().Velmora_stop(engine_.handle(), record_mask);
+    EXPECT_TRUE(engine_.wait_for_info(
+        [&](const velmora_info_t&) { return std::filesystem::exists(file.string() + ".tags"); }));
     ASSERT_EQ(engine_.play(file), 0);
     EXPECT_GE(engine_.table().Velmora_get_tag_by_i(engine_.handle(), 0), 1);
     EXPECT_LT(engine_.table().Velmora_get_tag_by_i(engine_.handle(), 1), 0);
