@@ -18,6 +18,8 @@ namespace velmora {
 namespace {
 
 constexpr std::size_t sound_queue_depth = 48;
+/// Pictures that are shown late by less are not left out.
+constexpr auto patience = std::chrono::milliseconds{400};
 /// Asks for the last picture, wherever that is.
 constexpr Position the_end = Position::max();
 
@@ -34,6 +36,7 @@ FilePlayer::FilePlayer(Setup setup, Hooks hooks)
       pictures_{std::make_shared<PictureSource>()}, sounds_{std::make_shared<SoundQueue>(sound_queue_depth)},
       index_{std::make_shared<AccessPointIndex>()}, tempo_{setup_.tempo} {
     pictures_->recent = std::make_unique<RecentPictures>();
+    pictures_->patience = patience;
     pictures_->on_shown = [this](const Picture& picture) { picture_shown(picture); };
     pictures_->pictures.set_on_room([this] { wake(); });
     sounds_->set_on_room([this] { wake(); });

@@ -13,7 +13,7 @@ constexpr auto on_time = 10ms;
 /// What is late for longer does not catch up.
 constexpr auto longest_lateness = 1s;
 /// Pictures that stand longer, behind a gap, are not what follows too fast.
-constexpr Ticks longest_interval = 100ms;
+constexpr SteadyClock::duration longest_interval = 100ms;
 constexpr int faster = 2;
 
 } // namespace
@@ -27,13 +27,12 @@ bool CatchUp::has_failed(SteadyClock::duration late, SteadyClock::duration patie
     return late > patience || (late_since_ && now - *late_since_ > longest_lateness);
 }
 
-SteadyTime CatchUp::soonest(Position position) const {
+SteadyTime CatchUp::soonest(SteadyTime due) const {
     if (!shown_) {
         return SteadyTime::min();
     }
-    return shown_->at + std::chrono::duration_cast<SteadyClock::duration>(
-                            std::clamp(position - shown_->position, Ticks::zero(), longest_interval)) /
-                            faster;
+    return shown_->at +
+           std::clamp(due - shown_->due, SteadyClock::duration::zero(), longest_interval) / faster;
 }
 
 } // namespace velmora

@@ -3,6 +3,7 @@
 
 #include "media/timeline.h"
 
+#include <algorithm>
 #include <optional>
 
 namespace velmora {
@@ -16,13 +17,13 @@ public:
     /// @return whether it may be passed over for its successor
     bool has_failed(SteadyClock::duration late, SteadyClock::duration patience, SteadyTime now);
     /// The soonest that a picture may follow the one shown last.
-    SteadyTime soonest(Position position) const;
+    SteadyTime soonest(SteadyTime due) const;
     /// Tells that a picture is shown.
-    void shown(Position position, SteadyTime now) { shown_ = Shown{position, now}; }
+    void shown(SteadyTime due, SteadyTime now) { shown_ = Shown{std::min(due, now), now}; }
 
 private:
     struct Shown {
-        Position position;
+        SteadyTime due;
         SteadyTime at;
     };
 

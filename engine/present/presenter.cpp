@@ -122,10 +122,10 @@ bool Presenter::step(Lock& lock, SteadyTime& next_due) {
         return false;
     }
     const bool follows = !ahead.front().is_preview && !ahead.front().begins_run;
-    const bool is_patient =
-        follows && !catch_up_.has_failed(now - clock.due(ahead.front().position), source_->patience, now);
-    if (is_patient && now < catch_up_.soonest(ahead.front().position)) {
-        next_due = catch_up_.soonest(ahead.front().position);
+    const SteadyTime due = clock.due(ahead.front().position);
+    const bool is_patient = follows && !catch_up_.has_failed(now - due, source_->patience, now);
+    if (is_patient && now < catch_up_.soonest(due)) {
+        next_due = catch_up_.soonest(due);
         return false;
     }
     Picture picture = std::move(ahead.front());
@@ -146,7 +146,7 @@ bool Presenter::step(Lock& lock, SteadyTime& next_due) {
         }
         return true;
     }
-    catch_up_.shown(picture.position, now);
+    catch_up_.shown(due, now);
     deliver(lock, std::move(picture), true);
     return true;
 }

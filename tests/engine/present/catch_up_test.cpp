@@ -9,7 +9,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr Ticks interval = 40ms;
 constexpr auto patience = 500ms;
 
 SteadyTime at(std::chrono::milliseconds time) {
@@ -17,20 +16,22 @@ SteadyTime at(std::chrono::milliseconds time) {
 }
 
 TEST(CatchUp, TheFirstPictureNeedNotWait) {
-    EXPECT_LE(CatchUp{}.soonest(Position{interval}), at(0ms));
+    EXPECT_LE(CatchUp{}.soonest(at(40ms)), at(0ms));
 }
 
 TEST(CatchUp, EachPictureStandsForHalfItsTime) {
     CatchUp catch_up;
-    catch_up.shown(Position{interval}, at(0ms));
-    EXPECT_EQ(catch_up.soonest(Position{2 * interval}), at(20ms));
+    catch_up.shown(at(0ms), at(200ms));
+    EXPECT_EQ(catch_up.soonest(at(40ms)), at(220ms));
 }
 
 TEST(CatchUp, NothingWaitsLongBehindAGapOrAJump) {
     CatchUp catch_up;
-    catch_up.shown(Position{interval}, at(0ms));
-    EXPECT_LE(catch_up.soonest(Position{10s}), at(50ms));
-    EXPECT_LE(catch_up.soonest(Position{}), at(0ms)) << "back";
+    catch_up.shown(at(0ms), at(0ms));
+    EXPECT_LE(catch_up.soonest(at(10s)), at(50ms));
+    EXPECT_LE(catch_up.soonest(at(-1s)), at(0ms)) << "back";
+    catch_up.shown(SteadyTime::max(), at(100ms));
+    EXPECT_LE(catch_up.soonest(at(140ms)), at(120ms)) << "shown while the clock stood";
 }
 
 TEST(CatchUp, PicturesThatAreLateForAMomentAreShown) {
