@@ -1,6 +1,6 @@
 // Live streams whose pictures come, or are shown, unevenly: each picture is seen all the same.
 #include "live_under_test.h"
-#include "support/standstill.h"
+#include "support/undisturbed.h"
 
 #include <gtest/gtest.h>
 
@@ -16,35 +16,16 @@ using namespace std::chrono_literals;
 
 constexpr int view_mask = 1 << STREAMING_BIT;
 
-/// A machine that stands still costs pictures: a view that it disturbed for longer tells nothing, another is
-/// tried.
-constexpr auto undisturbed = 60ms;
-constexpr int most_attempts = 5;
-constexpr std::uint32_t missing_on_a_busy_machine = 2;
+/// Even so short that it is not taken for a disturbance a standstill may cost pictures.
+constexpr std::uint32_t most_missing = 2;
 
 class LivePace : public testing::Test {
 protected:
     using Screen = std::function<void(const EngineUnderTest&)>;
 
-    /// Tries views until one is as it should be, or not disturbed.
-    static void expect_of_a_view(const std::function<bool()>& is_right) {
-        for (int i = 0; i < most_attempts; ++i) {
-            const StandstillWatch machine;
-            if (is_right()) {
-                return;
-            }
-            if (machine.longest() < undisturbed) {
-                ADD_FAILURE() << "the machine never stood still for longer than " << machine.longest().count()
-                              << " ms";
-                return;
-            }
-        }
-        GTEST_SKIP() << "this machine stands still too often";
-    }
-
     /// @param screen what each picture meets
     void expect_all_pictures(const StreamRecipe& stream, const Screen& screen = {}) {
-        expect_of_a_view([&] { return missing_in_one_view(stream, screen) <= missing_on_a_busy_machine; });
+        expect_undisturbed([&] { return missing_in_one_view(stream, screen) <= most_missing; });
     }
 
     /// Views the stream up to its last second, of which the last pictures wait for what never comes.
@@ -95,7 +76,7 @@ TEST_F(LivePace, AScreenThatIsTooSlowShowsWhatIsLive) {
     recipe.gop = 500;   // no key picture to go on at, nor
     recipe.bframes = 0; // what can be left out
     constexpr std::uint32_t live_at_the_end = 25 * 7 - 35;
-    expect_of_a_view([&] {
+    expect_undisturbed([&] {
         EngineUnderTest engine{library_};
         engine.set_in_callback([] { std::this_thread::sleep_for(60ms); }); // what is tested, not a wait
         EXPECT_EQ(view(engine, live_setup(port_)), 0);
