@@ -57,8 +57,9 @@ TEST_P(UnusualStream, PlaysSeeksExactlyAndRunsBackward) {
     engine.forget_pictures();
     const StandstillWatch machine;
     engine.set_tempo(PLAYER_DIR_PREVWARD, PLAYER_SPD_NORMAL);
-    ASSERT_TRUE(engine.wait_for_info(
-        [](const velmora_info_t& info) { return info.player_info.state == PLAYRE_STATUS_SOF; }));
+    ASSERT_TRUE(engine.wait_for_info([&](const velmora_info_t& info) {
+        return info.player_info.state == PLAYRE_STATUS_SOF && engine.last_number() == 0U;
+    }));
     const auto pictures = engine.pictures();
     EXPECT_GE(pictures.size() + machine.pictures_due(), 2 * fps * 9 / 10);
     EXPECT_TRUE(std::ranges::is_sorted(pictures, std::ranges::greater{}, &ReceivedPicture::number));
