@@ -4,7 +4,6 @@
 #include "record/private_disk.h"
 #include "record/stream_feeder.h"
 #include "support/eventually.h"
-#include "support/standstill.h"
 #include "table/engine_under_test.h"
 
 #include <gtest/gtest.h>
@@ -70,7 +69,6 @@ protected:
 };
 
 TEST_F(GrowingRecording, PlaysToItsEndWithoutADamagedPicture) {
-    const StandstillWatch machine;
     record_up_to(0.4);
     ASSERT_EQ(engine_.play_with_index(file_), 0);
     {
@@ -91,7 +89,7 @@ TEST_F(GrowingRecording, PlaysToItsEndWithoutADamagedPicture) {
         shown.insert(*picture.number);
     }
     EXPECT_EQ(*shown.rbegin(), last_picture);
-    EXPECT_GE(shown.size() + machine.pictures_due(), (last_picture + 1) * 9 / 10);
+    EXPECT_GE(shown.size(), (last_picture + 1) * 9 / 10) << "a busy machine may make some late";
 }
 
 TEST_F(GrowingRecording, IsFollowedCloselyAndEndsSoonAfterItsRecorder) {

@@ -1,7 +1,6 @@
 // A file that is still being written plays, grows and can be reviewed.
 #include "engine_under_test.h"
 #include "scratch_files.h"
-#include "support/standstill.h"
 #include "support/stream_maker.h"
 
 #include <gtest/gtest.h>
@@ -63,7 +62,6 @@ protected:
 };
 
 TEST_F(GrowingFile, PlaysAlongItsRecordingWithoutADamagedPictureAndEndsAfterIt) {
-    const StandstillWatch machine;
     write_up_to(0.25);
     ASSERT_EQ(engine_.play(file_), 0);
     {
@@ -84,7 +82,7 @@ TEST_F(GrowingFile, PlaysAlongItsRecordingWithoutADamagedPictureAndEndsAfterIt) 
         shown.insert(*picture.number);
     }
     EXPECT_EQ(*shown.rbegin(), last_picture);
-    EXPECT_GE(shown.size() + machine.pictures_due(), (last_picture + 1) * 9 / 10);
+    EXPECT_GE(shown.size(), (last_picture + 1) * 9 / 10) << "a busy machine may make some late";
 }
 
 TEST_F(GrowingFile, AtItsEndWaitsAndGoesOn) {

@@ -1,6 +1,5 @@
 // File playback through the engine's table: what a person sees of a file that plays, pauses, seeks and ends.
 #include "engine_under_test.h"
-#include "support/standstill.h"
 #include "support/stream_maker.h"
 
 #include <gtest/gtest.h>
@@ -33,7 +32,6 @@ protected:
 };
 
 TEST_F(Playback, ShowsEveryPictureOnceInOrderAndEnds) {
-    const StandstillWatch machine;
     ASSERT_EQ(engine_.play(make_stream(four_seconds())), 0);
     ASSERT_TRUE(engine_.wait_for_info(is_ended));
     unsigned expected = 0;
@@ -45,7 +43,7 @@ TEST_F(Playback, ShowsEveryPictureOnceInOrderAndEnds) {
         expected = *picture.number + 1;
     }
     EXPECT_EQ(expected, 100U);
-    EXPECT_LE(missing, 10U + machine.pictures_due());
+    EXPECT_LE(missing, 10U); // a busy machine may make some late
     const velmora_info_t info = engine_.info();
     EXPECT_EQ(info.player_info.eof, 1);
     EXPECT_EQ(info.player_info.second, 4);

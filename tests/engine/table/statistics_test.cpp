@@ -1,6 +1,5 @@
 // The statistics of a file beside what ffprobe says of the same file.
 #include "engine_under_test.h"
-#include "support/standstill.h"
 #include "support/stream_maker.h"
 #include "support/stream_probe.h"
 
@@ -94,10 +93,8 @@ protected:
 TEST_P(Statistics, AgreeWithFfprobeAtTheEnd) {
     const ProbedStream video{file_, "v:0"};
     const ProbedStream audio{file_, "a:0"};
-    const StandstillWatch machine;
     ASSERT_EQ(engine_.play(file_), 0);
     ASSERT_TRUE(engine_.wait_for_info(is_ended));
-    const auto unseen = static_cast<int>(machine.pictures_due());
     const velmora_info_t info = engine_.info();
     const get_stream_info& stream = info.get_strm_info;
 
@@ -108,10 +105,9 @@ TEST_P(Statistics, AgreeWithFfprobeAtTheEnd) {
     EXPECT_NEAR(stream.imp_bitrate, last_second_kbit(probe_packets(file_, "v:0")), 1.0);
 
     const auto pictures = static_cast<int>(video.number("nb_read_frames"));
-    EXPECT_LE(stream.inp_dec_frame, pictures);
-    EXPECT_GE(stream.inp_dec_frame + unseen, pictures);
+    EXPECT_EQ(stream.inp_dec_frame, pictures);
     EXPECT_LE(stream.inp_disp_frames, pictures);
-    EXPECT_GE(stream.inp_disp_frames + unseen, pictures * 9 / 10);
+    EXPECT_GE(stream.inp_disp_frames, pictures * 9 / 10) << "a busy machine may leave some out";
     EXPECT_EQ(stream.inp_dec_error, 0);
 
     EXPECT_EQ(stream.a_codec, codec_id(audio));

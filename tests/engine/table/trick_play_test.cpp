@@ -1,6 +1,5 @@
 // Directions, turning round and ends: told from the numbers of the pictures that are shown.
 #include "engine_under_test.h"
-#include "support/standstill.h"
 #include "support/stream_maker.h"
 
 #include <gtest/gtest.h>
@@ -67,7 +66,6 @@ TEST_P(Reverse, ShowsEveryPictureOnceInFallingOrder) {
     const StreamRecipe& recipe = GetParam().recipe;
     EngineLibrary library;
     EngineUnderTest engine{library};
-    const StandstillWatch machine;
     ASSERT_EQ(engine.play(make_stream(recipe), PLAYER_SPD_NORMAL, PLAYER_DIR_PREVWARD), 0);
     ASSERT_TRUE(wait_for_start(engine));
     const auto shown = numbers(engine.pictures());
@@ -76,7 +74,7 @@ TEST_P(Reverse, ShowsEveryPictureOnceInFallingOrder) {
     EXPECT_EQ(shown.front(), count - 1) << "reverse begins at the end";
     EXPECT_EQ(shown.back(), 0U);
     EXPECT_TRUE(std::ranges::is_sorted(shown, std::ranges::greater{}));
-    EXPECT_GE(shown.size() + machine.pictures_due(), count * 9 / 10);
+    EXPECT_GE(shown.size(), count * 9 / 10) << "a busy machine may make some late";
     const velmora_info_t info = engine.info();
     EXPECT_EQ(info.player_info.sof, 1);
     EXPECT_EQ(info.player_info.eof, 0);
@@ -104,7 +102,6 @@ protected:
 };
 
 TEST_F(TrickPlay, ReverseOnASmallDisplayIsWholeAndSmallAndTurnsRoundWithoutAGap) {
-    const StandstillWatch machine;
     library_.extension().Velmora_set_display_size(engine_.handle(), 200, 1000);
     ASSERT_EQ(engine_.play(make_stream(stream(125, 8))), 0);
     ASSERT_TRUE(engine_.wait_for_pictures(60));
@@ -123,7 +120,7 @@ TEST_F(TrickPlay, ReverseOnASmallDisplayIsWholeAndSmallAndTurnsRoundWithoutAGap)
     EXPECT_EQ(shown.back(), 0U);
     ASSERT_GT(std::distance(turn, shown.end()), 5);
     EXPECT_EQ(*(turn + 1), *turn - 1) << "the first older picture is the one that was shown before";
-    EXPECT_GE(std::distance(turn, shown.end()) + machine.pictures_due(), *turn * 9 / 10);
+    EXPECT_GE(std::distance(turn, shown.end()), static_cast<std::ptrdiff_t>(*turn * 9 / 10));
 }
 
 TEST_F(TrickPlay, FastEndsWithTheLastPicture) {

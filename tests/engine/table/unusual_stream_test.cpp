@@ -3,7 +3,6 @@
 #include "field_stream.h"
 #include "scratch_files.h"
 #include "stream_surgery.h"
-#include "support/standstill.h"
 #include "support/stream_maker.h"
 
 #include <gtest/gtest.h>
@@ -55,13 +54,12 @@ TEST_P(UnusualStream, PlaysSeeksExactlyAndRunsBackward) {
         EXPECT_EQ(engine.pictures().front().number, second * fps);
     }
     engine.forget_pictures();
-    const StandstillWatch machine;
     engine.set_tempo(PLAYER_DIR_PREVWARD, PLAYER_SPD_NORMAL);
     ASSERT_TRUE(engine.wait_for_info([&](const velmora_info_t& info) {
         return info.player_info.state == PLAYRE_STATUS_SOF && engine.last_number() == 0U;
     }));
     const auto pictures = engine.pictures();
-    EXPECT_GE(pictures.size() + machine.pictures_due(), 2 * fps * 9 / 10);
+    EXPECT_GE(pictures.size(), 2 * fps * 9 / 10) << "a busy machine may make some late";
     EXPECT_TRUE(std::ranges::is_sorted(pictures, std::ranges::greater{}, &ReceivedPicture::number));
     EXPECT_EQ(engine.last_number(), 0U);
 
