@@ -207,7 +207,9 @@ bool ReverseRun::schedule() {
     const std::size_t size = std::min(whole, room);
     const Seconds needed = effort_ * work(skip, static_cast<double>(size) / kept);
     const Seconds lasts = reserve();
-    if (room < std::min(whole, budget_ / 2) || lasts > needed * usual_precaution + usual_reserve) {
+    // The first one is a part of its group, and the whole group in front of it may take longer.
+    const bool is_early = !is_first_ && lasts > needed * usual_precaution + usual_reserve;
+    if (room < std::min(whole, budget_ / 2) || is_early) {
         return false;
     }
     auto window = std::make_shared<DecodedWindow>();

@@ -14,7 +14,7 @@ namespace velmora {
 
 namespace {
 
-constexpr std::size_t most_bytes = std::size_t{64} << 20U;
+constexpr std::size_t most_bytes = std::size_t{128} << 20U;
 /// They cover the time in which a group of pictures is decoded: one in so many of it.
 constexpr std::size_t needed_share = 3;
 constexpr std::size_t assumed_group = 50;
