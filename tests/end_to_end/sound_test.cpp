@@ -15,7 +15,7 @@ class Sound : public PlayerOnScreen {
 protected:
     static StreamRecipe tone() {
         StreamRecipe recipe;
-        recipe.duration = 10;
+        recipe.duration = 60; // longer than a slow machine needs
         recipe.audio = "aac";
         recipe.tone = 1000;
         return recipe;
