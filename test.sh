@@ -41,11 +41,11 @@ export TSAN_OPTIONS=suppressions=$sanitizers/tsan.supp:halt_on_error=1
 build asan
 # Tests on a display drive whole processes and what the desktop loads into them.
 # Paces are for undisturbed builds to keep.
-run_tests asan --label-exclude 'end_to_end|display' --exclude-regex 'TrickPace|PlaybackPace|LivePace'
+run_tests asan --label-exclude 'end_to_end|display' --exclude-regex 'TrickPace|PlaybackPace|FilePace|LivePace'
 
 build tsan engine_audio_tests engine_blocks_tests engine_live_tests engine_receive_tests engine_record_tests \
     engine_table_tests engine_unit_tests
 # Decoders' own threads are in a library that is not instrumented: nobody could tell a race there.
-run_tests tsan --label-regex engine --exclude-regex 'TrickPace|PlaybackPace|LivePace|Hurrying.*Track|SeekInLargePictures'
+run_tests tsan --label-regex engine --exclude-regex 'TrickPace|PlaybackPace|FilePace|LivePace|Hurrying.*Track|SeekInLargePictures'
 
 echo "all tests passed"

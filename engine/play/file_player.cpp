@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::size_t sound_queue_depth = 48;
 /// Pictures that are shown late by less are not left out.
-constexpr auto patience = std::chrono::milliseconds{400};
+constexpr auto patience = std::chrono::milliseconds{800};
 /// Asks for the last picture, wherever that is.
 constexpr Position the_end = Position::max();
 

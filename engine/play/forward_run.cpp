@@ -187,7 +187,9 @@ void ForwardRun::keep_up(Position position) {
     }
     const SteadyTime now = SteadyClock::now();
     const auto behind = now - clock.due(position);
-    lateness_.observe(behind, now);
+    // With more decoded than the screen takes it is the screen that catches up, by itself.
+    const bool is_ahead_of_screen = outlet_.pictures->pictures.full();
+    lateness_.observe(is_ahead_of_screen ? SteadyClock::duration::zero() : behind, now);
     choose_skip();
     if (behind > lost_picture) {
         const Position ahead = clock.position(now);

@@ -1,12 +1,14 @@
 // File playback through the engine's table: what a person sees of a file that plays, pauses, seeks and ends.
 #include "engine_under_test.h"
 #include "support/stream_maker.h"
+#include "support/undisturbed.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <cstdlib>
 #include <set>
+#include <thread>
 
 namespace {
 
@@ -50,6 +52,23 @@ TEST_F(Playback, ShowsEveryPictureOnceInOrderAndEnds) {
     EXPECT_EQ(info.player_info.total_second, 4);
     EXPECT_EQ(info.get_strm_info.inp_dec_frame, 100);
     EXPECT_EQ(info.get_strm_info.inp_dec_error, 0);
+}
+
+TEST(FilePace, AScreenThatStandsStillForHalfASecondLosesNoPicture) {
+    const auto file = make_stream(four_seconds());
+    const EngineLibrary library;
+    expect_undisturbed([&] {
+        EngineUnderTest engine{library};
+        std::atomic<bool> has_stood_still{false};
+        engine.set_in_callback([&] {
+            if (engine.picture_count() >= 20 && !has_stood_still.exchange(true)) {
+                std::this_thread::sleep_for(500ms); // what is tested, not a wait
+            }
+        });
+        EXPECT_EQ(engine.play(file), 0);
+        EXPECT_TRUE(engine.wait_for_info(is_ended));
+        return engine.pictures().size() == std::size_t{4} * 25;
+    });
 }
 
 /// How sound leaves the machine; nothing stands for what the system has.
