@@ -11,6 +11,17 @@ constexpr Milliseconds settling = 2500ms;
 constexpr Milliseconds forward_before = 3s;
 constexpr Milliseconds duration = 10s;
 
+/** @return whether the picture of a second was reached by a seek */
+bool wait_for_second(PictureWatch& watch, int second, int fps) {
+    const auto earliest = static_cast<std::uint32_t>((second - 1) * fps);
+    while (const auto sighting = watch.wait_for_change(patience)) {
+        if (sighting->number >= earliest) {
+            return true;
+        }
+    }
+    return false;
+}
+
 /** The first picture that lies before the ones seen since the order. */
 std::optional<Sighting> wait_for_turn(PictureWatch& watch, std::uint32_t newest) {
     while (const auto sighting = watch.wait_for_change(patience)) {
@@ -27,6 +38,9 @@ void measure(const Bench& bench, TrickPlayer& player, const Stream& stream, Samp
     PictureWatch watch(bench.framebuffer, bench.desktop, stream);
     watch.watch_for(settling);
     player.seek(start_second);
+    if (!wait_for_second(watch, start_second, static_cast<int>(stream.fps))) {
+        return;
+    }
     const auto before = watch.watch_for(forward_before);
     if (before.empty()) {
         return;

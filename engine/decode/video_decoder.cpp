@@ -26,6 +26,8 @@ constexpr int most_threads = 4;
 constexpr int large_picture = 1280 * 720;
 constexpr Ticks long_way = std::chrono::milliseconds{300};
 constexpr int hurrying_threads = 2;
+/// Pictures on which the effort of decoding one rests at most.
+constexpr int most_measured = 100;
 
 /// Of the calling thread.
 DecodingLoad::Cost processor_time() {
@@ -275,16 +277,20 @@ void VideoDecoder::show_preview() {
 }
 
 void VideoDecoder::decode_packet(std::span<const std::uint8_t> unit, const Sink& sink) {
-    if (!load_) {
-        send(packet_.get(), sink);
-        return;
+    if (load_) {
+        follow_load(unit, sink);
     }
-    follow_load(unit, sink);
     const bool is_own_work = context_->active_thread_type != FF_THREAD_FRAME;
     const auto begin = processor_time();
     send(packet_.get(), sink);
     const auto cost = processor_time() - begin;
-    load_->add(unit.size(), is_own_work ? std::optional{cost} : std::nullopt);
+    if (is_own_work && skip_ == AVDISCARD_DEFAULT) {
+        measured_ = std::min(measured_ + 1, most_measured);
+        effort_ += (cost - effort_) / measured_;
+    }
+    if (load_) {
+        load_->add(unit.size(), is_own_work ? std::optional{cost} : std::nullopt);
+    }
 }
 
 bool VideoDecoder::has_threads(int threads, int thread_type) const {

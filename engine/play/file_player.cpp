@@ -193,6 +193,7 @@ void FilePlayer::picture_shown(const Picture& picture) {
             pictures_->clock.anchor(picture.position, tempo_.is_paused() ? 0.0 : run_rate_,
                                     SteadyClock::now());
             run_begun_ = true;
+            expect_groups_around(picture.position);
         }
         last_shown_ = picture.position;
         if (!picture.whole_size) {
@@ -206,6 +207,14 @@ void FilePlayer::picture_shown(const Picture& picture) {
         counters.shown_pictures += picture.is_preview ? 0 : 1;
     });
     changed_.notify_all();
+}
+
+void FilePlayer::expect_groups_around(Position position) {
+    const auto key = index_->find(position);
+    const auto next = index_->find_next(position + Ticks{1});
+    if (key && next && next->presentation > key->presentation) {
+        pictures_->recent->expect_groups_of(next->presentation - key->presentation);
+    }
 }
 
 void FilePlayer::sound_begins(Position position) {
@@ -468,7 +477,7 @@ void FilePlayer::begin_other(Position from, const Tempo& tempo) {
         other_ = std::make_unique<KeyRun>(source_, *points_, make_outlet(), direction, from);
     } else {
         const ReverseRun::Stream stream{forward_->feed().units().unit_duration(), picture_bytes,
-                                        forward_->video().shares()};
+                                        forward_->video().shares(), forward_->video().effort()};
         auto reverse =
             std::make_unique<ReverseRun>(source_, *points_, make_outlet(), stream, from, [this] { wake(); });
         if (tempo.speed == PLAYER_SPD_NORMAL) {

@@ -118,6 +118,7 @@ private:
     std::optional<SteadyTime> hand_out_data();
     void set_readiness(Readiness readiness);
     void picture_shown(const Picture& picture);
+    void expect_groups_around(Position position);
     void sound_begins(Position position);
     void wake();
 

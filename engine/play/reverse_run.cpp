@@ -16,8 +16,9 @@ constexpr std::size_t most_bytes_held = std::size_t{420} << 20U;
 constexpr std::size_t most_pictures_held = 512;
 constexpr std::size_t assumed_picture_bytes = std::size_t{1920} * 1088 * 3 / 2;
 constexpr std::size_t smallest_window = 4;
-/// Decoding a picture, as long as nothing was measured.
+/// Decoding a picture, as long as nothing was measured, and what reading and shrinking it add.
 constexpr Seconds assumed_effort = 12ms;
+constexpr double effort_beside = 1.25;
 /// Pictures on which an estimate of it rests at most.
 constexpr double longest_experience = 100.0;
 /// What a window needs is begun when the pictures held last for so many times its work, and a moment longer.
@@ -26,12 +27,20 @@ constexpr Seconds usual_reserve = 300ms;
 /// Below this the work is hurried.
 constexpr double least_precaution = 1.1;
 constexpr Seconds least_reserve = 100ms;
-/// How much sooner hurried work is done.
+/// How much sooner hurried work is done, and how much at least while pictures are on their way to the screen.
 constexpr double hurried_speed = 1.6;
+constexpr double least_hurried_speed = 1.3;
 /// Share of the time that decoding may take before pictures are left out.
 constexpr double affordable_load = 0.9;
 /// Real time behind the clock at which a stretch that was not begun is left out.
 constexpr Seconds late_stretch = 200ms;
+/// The rest of the group in which playing turned round, and the whole one in front of it, each in two parts:
+/// they may take longer than what is on hand lasts.
+constexpr int awaited_windows = 4;
+/// A part of a group that leaves out less is not worth it.
+constexpr double nearly_whole = 0.8;
+/// Of the time in which the picture stood for them, what the screen makes up for by itself.
+constexpr auto caught_up = 600ms;
 /// What is left out of the stretches that cannot be decoded in time.
 constexpr std::array<AVDiscard, 3> thinner{AVDISCARD_DEFAULT, AVDISCARD_NONREF, AVDISCARD_BIDIR};
 
@@ -45,7 +54,8 @@ std::size_t budget_for(std::size_t picture_bytes) {
 ReverseRun::ReverseRun(std::shared_ptr<const FileSource> source, AccessPointFinder& points, RunOutlet outlet,
                        const Stream& stream, Position from, const std::function<void()>& wake)
     : points_{points}, outlet_{std::move(outlet)}, stream_{stream}, budget_{budget_for(stream.picture_bytes)},
-      effort_{assumed_effort}, next_end_{from}, decoder_{std::move(source), wake} {}
+      effort_{stream.effort > Seconds::zero() ? stream.effort * effort_beside : assumed_effort},
+      next_end_{from}, decoder_{std::move(source), wake} {}
 
 ReverseRun::~ReverseRun() {
     abandon_windows();
@@ -91,10 +101,12 @@ bool ReverseRun::work() {
 
 void ReverseRun::take_account() {
     for (const auto& window : windows_) {
-        if (window->done && window->decoded > 0) {
-            outlet_.decoded(std::exchange(window->decoded, 0));
-            const Seconds took = Seconds{window->took} * (window->is_urgent ? hurried_speed : 1.0);
-            effort_ = (effort_ * experience_ + took) / (experience_ + window->work);
+        if (!window->done || window->decoded == 0) {
+            continue;
+        }
+        outlet_.decoded(std::exchange(window->decoded, 0));
+        if (!window->is_urgent) { // else it took as long as the other threads left processors
+            effort_ = (effort_ * experience_ + window->took) / (experience_ + window->work);
             experience_ = std::min(experience_ + window->work, longest_experience);
         }
     }
@@ -112,9 +124,10 @@ bool ReverseRun::offer() {
         }
         Picture picture = std::move(pictures.back());
         pictures.pop_back();
-        if (std::exchange(windows_.front()->is_first, false)) {
-            // After turning round the picture stands until it is there, instead of leaving something out.
-            outlet_.pictures->clock.hold_back_to(picture.position, SteadyClock::now());
+        if (std::exchange(windows_.front()->is_awaited, false)) {
+            // After turning round the picture stands until the next is there, instead of leaving something
+            // out.
+            outlet_.pictures->clock.hold_back_to(picture.position, SteadyClock::now() - caught_up);
         }
         const bool is_last = exhausted_ && windows_.size() == 1 && pictures.empty();
         if (offered_ && !is_last && !spacing_.admits(picture.position)) {
@@ -157,6 +170,25 @@ double ReverseRun::work(AVDiscard skip, double covered) const {
     return covered * cost(skip) + in_front * cost(std::max(skip, AVDISCARD_NONREF));
 }
 
+/// How much of the stretch in front of the next window's end is decoded first, if the whole of it would come
+/// too late. What lies in front of that is decoded a second time then.
+/// @return pictures of the stream
+double ReverseRun::part_in_time(AVDiscard skip, Seconds lasts) const {
+    const auto whole = static_cast<double>(distance());
+    const double reference = cost(std::max(skip, AVDISCARD_NONREF));
+    const double saved = cost(skip) - reference;
+    const Seconds each = effort_ / least_hurried_speed;
+    if (begun_ >= awaited_windows || saved <= 0.0 || each * work(skip, whole) <= lasts + caught_up / 2) {
+        return whole;
+    }
+    const double in_time = (lasts / each - whole * reference) / saved;
+    // The rest is decoded while this part is shown.
+    const Seconds needed = each * cost(skip);
+    const double lasting = whole * (needed / (needed + Seconds{stream_.unit} / magnitude_));
+    const double part = std::max(in_time, lasting);
+    return part < whole * nearly_whole ? part : whole;
+}
+
 /// What the speed leaves out, and what the machine cannot decode in time.
 AVDiscard ReverseRun::choose_skip() const {
     const AVDiscard planned = stream_.shares.skip_for(magnitude_);
@@ -188,8 +220,23 @@ bool ReverseRun::find_start() {
         const auto found = points_.find(std::max(next_end_ - Ticks{1}, Position{}));
         exhausted_ = found && (!*found || (*found)->presentation >= next_end_);
         start_ = found && !exhausted_ ? *found : std::nullopt;
+        const auto before = start_ ? points_.find_before(start_->presentation, *start_) : std::nullopt;
+        group_in_front_ = before ? (start_->presentation - before->presentation) / stream_.unit : 0;
     }
     return start_.has_value();
+}
+
+/// Whether the next window, and the group in front of it as well, can be begun later.
+/// @param needed time that decoding the window takes
+/// @param covered pictures of the stream that it spans
+/// @param lasts time for which there are pictures without it
+bool ReverseRun::is_early(Seconds needed, double covered, Seconds lasts, AVDiscard skip) const {
+    const Seconds last_then = lasts - needed + Seconds{stream_.unit} / magnitude_ * covered;
+    const double group = covered < static_cast<double>(distance()) ? static_cast<double>(distance()) - covered
+                                                                   : static_cast<double>(group_in_front_);
+    const Seconds needed_then = effort_ * cost(skip) * group;
+    return lasts > needed * usual_precaution + usual_reserve &&
+           last_then > needed_then * usual_precaution + usual_reserve;
 }
 
 /// @return true when a window was begun
@@ -204,12 +251,12 @@ bool ReverseRun::schedule() {
     const auto whole =
         std::max(static_cast<std::size_t>(static_cast<double>(distance()) * kept), smallest_window);
     const std::size_t room = budget_ - std::min(held(), budget_);
-    const std::size_t size = std::min(whole, room);
-    const Seconds needed = effort_ * work(skip, static_cast<double>(size) / kept);
     const Seconds lasts = reserve();
-    // The first one is a part of its group, and the whole group in front of it may take longer.
-    const bool is_early = !is_first_ && lasts > needed * usual_precaution + usual_reserve;
-    if (room < std::min(whole, budget_ / 2) || is_early) {
+    const auto in_time = static_cast<std::size_t>(part_in_time(skip, lasts) * kept);
+    const std::size_t size = std::min({whole, room, std::max(in_time, smallest_window)});
+    const double covered = static_cast<double>(size) / kept;
+    const Seconds needed = effort_ * work(skip, covered);
+    if (room < std::min(whole, budget_ / 2) || is_early(needed, covered, lasts, skip)) {
         return false;
     }
     auto window = std::make_shared<DecodedWindow>();
@@ -227,7 +274,8 @@ bool ReverseRun::schedule() {
     window->expected = size;
     window->work = work(skip, static_cast<double>((window->to - window->from) / stream_.unit));
     window->is_urgent = lasts < needed * least_precaution + least_reserve;
-    window->is_first = std::exchange(is_first_, false);
+    window->is_awaited = begun_ < awaited_windows;
+    ++begun_;
     window->display = outlet_.pictures->display.load();
     next_end_ = window->from;
     start_.reset();

@@ -24,6 +24,7 @@ public:
         Ticks unit{3600};             ///< distance of two pictures
         std::size_t picture_bytes{0}; ///< of a decoded one; 0 when not known
         PictureClassShares shares;
+        std::chrono::duration<double> effort{0}; ///< decoding a picture, processor time; 0 when not known
     };
 
     /// @param points outlives the run
@@ -49,6 +50,8 @@ private:
     bool offer();
     bool find_start();
     bool schedule();
+    bool is_early(std::chrono::duration<double> needed, double covered, std::chrono::duration<double> lasts,
+                  AVDiscard skip) const;
     bool skip_what_is_late();
     void abandon_windows();
     std::size_t held() const;
@@ -57,6 +60,7 @@ private:
     AVDiscard choose_skip() const;
     double cost(AVDiscard skip) const;
     double work(AVDiscard skip, double covered) const;
+    double part_in_time(AVDiscard skip, std::chrono::duration<double> lasts) const;
 
     AccessPointFinder& points_;
     const RunOutlet outlet_;
@@ -69,7 +73,8 @@ private:
     double experience_{25.0};                            ///< pictures on which that rests
     Position next_end_;                                  ///< in front of it the next window ends
     DecodingStart start_;                                ///< from where that can be decoded, once it is known
-    bool is_first_{true};                                ///< no window was begun
+    Ticks::rep group_in_front_{0};                       ///< pictures of the group in front of that, if known
+    int begun_{0};                                       ///< windows
     std::optional<Position> last_offered_;
     bool offered_{false};
     bool exhausted_{false};

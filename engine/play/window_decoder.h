@@ -28,7 +28,7 @@ struct DecodedWindow {
     std::size_t expected{0}; ///< pictures, about
     double work{1.0};        ///< pictures to decode, those that are left out or only serve in part as parts
     bool is_urgent{false};   ///< it is due before one thread would have it
-    bool is_first{false};    ///< of its run
+    bool is_awaited{false};  ///< the clock waits for it
     PictureSize display;     ///< where they will be shown; nothing: not known
 
     std::atomic<bool> abandoned{false}; ///< set by who asked: nobody waits any more

@@ -15,9 +15,10 @@ namespace velmora {
 namespace {
 
 constexpr std::size_t most_bytes = std::size_t{128} << 20U;
-/// They cover the time in which a group of pictures is decoded: one in so many of it.
-constexpr std::size_t needed_share = 3;
-constexpr std::size_t assumed_group = 50;
+/// They cover the time in which a group of pictures is decoded: one in so many of it, and a moment longer.
+constexpr int needed_share = 3;
+constexpr Ticks moment = std::chrono::milliseconds{80};
+constexpr Ticks assumed_group = std::chrono::seconds{2};
 
 std::size_t bytes_of(const AVFrame& frame) {
     const int bytes =
@@ -36,7 +37,8 @@ void RecentPictures::keep(const Picture& picture, const RgbPicture& rgb) {
     entry.bytes = bytes_of(*entry.picture.frame);
     bytes_ += entry.bytes;
     entries_.push_back(std::move(entry));
-    while (bytes_ > most_bytes || entries_.size() > group_ / needed_share + 2) {
+    const Position oldest = picture.position - group_ / needed_share - moment;
+    while (!entries_.empty() && (bytes_ > most_bytes || entries_.front().picture.position < oldest)) {
         bytes_ -= entries_.front().bytes;
         spare_ = std::move(entries_.front().picture.frame);
         entries_.pop_front();
@@ -45,13 +47,19 @@ void RecentPictures::keep(const Picture& picture, const RgbPicture& rgb) {
 
 /// Learns the distance of key pictures.
 void RecentPictures::follow_groups(const Picture& picture) {
-    ++since_key_;
-    if (picture.frame->key_frame != 0) {
-        group_ = seen_key_ ? since_key_ : group_;
-        seen_key_ = true;
-        since_key_ = 0;
+    const bool is_key = picture.frame->key_frame != 0;
+    if (last_key_) {
+        const Ticks since = picture.position - *last_key_;
+        group_ = is_key ? since : std::max(group_, since);
     }
-    group_ = std::max(group_, since_key_);
+    if (is_key) {
+        last_key_ = picture.position;
+    }
+}
+
+void RecentPictures::expect_groups_of(Ticks distance) {
+    const std::lock_guard lock{mutex_};
+    group_ = distance;
 }
 
 /// Where the picture was not scaled the decoded one is shared, which is smaller than what it was converted
@@ -76,8 +84,7 @@ void RecentPictures::forget() {
     const std::lock_guard lock{mutex_};
     entries_.clear();
     bytes_ = 0;
-    seen_key_ = false;
-    since_key_ = 0;
+    last_key_.reset();
 }
 
 std::deque<Picture> RecentPictures::take() {

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <deque>
 #include <mutex>
+#include <optional>
 
 namespace velmora {
 
@@ -19,6 +20,8 @@ public:
     void keep(const Picture& picture, const RgbPicture& rgb);
     /// What comes next does not follow what was kept.
     void forget();
+    /// Tells the distance of the key pictures around what comes next, which is seen only as time goes by.
+    void expect_groups_of(Ticks distance);
     /// All that is held, the oldest first.
     std::deque<Picture> take();
 
@@ -36,9 +39,8 @@ private:
     std::deque<Entry> entries_;
     std::size_t bytes_{0}; ///< of all entries
     AvFrame spare_;        ///< let go last, to be filled again
-    std::size_t group_;    ///< distance of the latest key pictures
-    std::size_t since_key_{0};
-    bool seen_key_{false};
+    Ticks group_;          ///< distance of the latest key pictures
+    std::optional<Position> last_key_;
 };
 
 } // namespace velmora

@@ -6,6 +6,7 @@
 #include "media/picture.h"
 #include "tracks/media_units.h"
 
+#include <chrono>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -48,6 +49,10 @@ public:
     AVCodecID codec() const { return decoder_ ? decoder_->codec_id() : AV_CODEC_ID_NONE; }
     /// What the stream's latest pictures are made of.
     PictureClassShares shares() const { return decoder_ ? decoder_->shares() : PictureClassShares{}; }
+    /// See VideoDecoder::effort.
+    std::chrono::duration<double> effort() const {
+        return decoder_ ? decoder_->effort() : std::chrono::duration<double>::zero();
+    }
     /// Pictures decoded since this was last asked.
     std::uint64_t take_decoded() { return std::exchange(decoded_, 0); }
     std::uint64_t errors() const { return past_errors_ + (decoder_ ? decoder_->errors() : 0); }

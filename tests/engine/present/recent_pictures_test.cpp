@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace velmora {
 namespace {
 
@@ -41,6 +43,13 @@ TEST_P(RecentPicturesOf, AreMoreWhereKeyPicturesAreSparse) {
     EXPECT_EQ(pictures.back().position, Position{Ticks{3600 * (count - 1)}});
     EXPECT_EQ(pictures.front().position, pictures.back().position - Ticks{3600} * (pictures.size() - 1));
     EXPECT_TRUE(recent_.take().empty());
+}
+
+TEST_P(RecentPicturesOf, AreKeptForAnExpectedDistanceBeforeItIsSeen) {
+    const int distance = GetParam();
+    recent_.expect_groups_of(Ticks{3600 * distance});
+    show(std::max(distance - 1, 2));
+    EXPECT_GE(recent_.take().size(), static_cast<std::size_t>(distance) / 3);
 }
 
 TEST_P(RecentPicturesOf, AreKeptAsSmallAsTheyWereShown) {
