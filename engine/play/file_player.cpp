@@ -476,8 +476,8 @@ void FilePlayer::begin_other(Position from, const Tempo& tempo) {
         const auto direction = tempo.is_reverse() ? KeyRun::Direction::reverse : KeyRun::Direction::forward;
         other_ = std::make_unique<KeyRun>(source_, *points_, make_outlet(), direction, from);
     } else {
-        const ReverseRun::Stream stream{forward_->feed().units().unit_duration(), picture_bytes,
-                                        forward_->video().shares(), forward_->video().effort()};
+        const ReverseStream stream{forward_->feed().units().unit_duration(), picture_bytes,
+                                   forward_->video().shares(), forward_->video().effort()};
         auto reverse =
             std::make_unique<ReverseRun>(source_, *points_, make_outlet(), stream, from, [this] { wake(); });
         if (tempo.speed == PLAYER_SPD_NORMAL) {
