@@ -58,7 +58,7 @@ TEST_F(OnDisplay, PinningKeepsTheWindowAboveTheOthers) {
     open_settled_window();
     click("pinBtn");
     EXPECT_TRUE(wait_until([this] { return has_state("_NET_WM_STATE_ABOVE"); }));
-    EXPECT_TRUE(is_topmost("unpinBtn"));
+    EXPECT_TRUE(wait_until([this] { return window().isVisible() && is_topmost("unpinBtn"); }));
     click("unpinBtn");
     EXPECT_TRUE(wait_until([this] { return !has_state("_NET_WM_STATE_ABOVE"); }));
     EXPECT_TRUE(wait_until([this] { return window().isVisible() && is_topmost("pinBtn"); }));
