@@ -91,7 +91,7 @@ double ReversePlan::work(AVDiscard skip, double distance, double covered) const 
 /// What the speed leaves out, and what the machine cannot decode in time.
 AVDiscard ReversePlan::choose_skip(double distance) const {
     const AVDiscard planned = shares_.skip_for(magnitude_);
-    const auto usual_size = static_cast<double>(budget_ / 2);
+    const auto usual_size = static_cast<double>(budget_) / 2;
     const auto is_affordable = [&](AVDiscard level) {
         const AVDiscard skip = std::max(planned, level);
         const double covered = std::min(distance, usual_size / shares_.kept(skip));
