@@ -38,6 +38,7 @@ FilePlayer::FilePlayer(Setup setup, Hooks hooks)
     pictures_->recent = std::make_unique<RecentPictures>();
     pictures_->patience = patience;
     pictures_->on_shown = [this](const Picture& picture) { picture_shown(picture); };
+    pictures_->on_delivered = [this](const Picture& picture) { picture_delivered(picture); };
     pictures_->pictures.set_on_room([this] { wake(); });
     sounds_->set_on_room([this] { wake(); });
 }
@@ -209,6 +210,19 @@ void FilePlayer::picture_shown(const Picture& picture) {
     changed_.notify_all();
 }
 
+/// Playing comes to rest only now, so that its state is not told before its picture is there.
+void FilePlayer::picture_delivered(const Picture& picture) {
+    {
+        const std::lock_guard lock{mutex_};
+        if (picture.generation != pictures_->generation.load()) {
+            return;
+        }
+        last_delivered_ = picture.position;
+        woken_ = true;
+    }
+    changed_.notify_all();
+}
+
 void FilePlayer::expect_groups_around(Position position) {
     const auto key = index_->find(position);
     const auto next = index_->find_next(position + Ticks{1});
@@ -358,6 +372,7 @@ void FilePlayer::begin_forward(const DecodingStart& start, Position target) {
         run_begun_ = false;
         rest_ = Rest::none;
         last_shown_.reset();
+        last_delivered_.reset();
         // Where another run takes over at once, the clock waits for it.
         run_rate_ = is_suited(tempo_) ? tempo_.rate() : 0.0;
     }
@@ -463,6 +478,7 @@ void FilePlayer::begin_other(Position from, const Tempo& tempo) {
         pictures_->clock.anchor(from, 0.0, SteadyClock::now());
         run_begun_ = false;
         rest_ = Rest::none;
+        last_delivered_.reset();
         picture_bytes = held_bytes();
     }
     board_.update([](PlaybackFacts& facts, StreamCounters&) {
@@ -496,7 +512,7 @@ void FilePlayer::check_limit() {
     const auto offered = active().last_offered();
     {
         const std::lock_guard lock{mutex_};
-        const bool is_shown = !offered || (run_begun_ && last_shown_ == offered);
+        const bool is_shown = !offered || (run_begun_ && last_delivered_ == offered);
         if (rest_ != Rest::none || tempo_.is_paused() || !is_shown) {
             return;
         }

@@ -118,6 +118,7 @@ private:
     std::optional<SteadyTime> hand_out_data();
     void set_readiness(Readiness readiness);
     void picture_shown(const Picture& picture);
+    void picture_delivered(const Picture& picture);
     void expect_groups_around(Position position);
     void sound_begins(Position position);
     void wake();
@@ -146,8 +147,9 @@ private:
     std::optional<Position> wanted_position_;
     Readiness readiness_{Readiness::pending};
     std::optional<Position> last_shown_; ///< since the last jump
-    std::size_t shown_bytes_{0};         ///< of the decoded picture shown last
-    PictureSize shown_size_;             ///< of that picture, square pixels
+    std::optional<Position> last_delivered_;
+    std::size_t shown_bytes_{0}; ///< of the decoded picture shown last
+    PictureSize shown_size_;     ///< of that picture, square pixels
     Tempo tempo_;
     double run_rate_{1.0};  ///< of the active run, when it is not paused
     bool run_begun_{false}; ///< the clock follows the active run

@@ -178,6 +178,9 @@ void Presenter::begin_run(Lock& lock, Picture picture) {
     if (source->on_shown) {
         source->on_shown(picture);
     }
+    if (source->on_delivered) {
+        source->on_delivered(picture);
+    }
     lock.lock();
     delivering_ = false;
     source->shown = std::move(picture);
@@ -208,12 +211,15 @@ void Presenter::deliver(Lock& lock, Picture picture, bool is_new) {
         if (is_new && source->recent) {
             remember(*source, picture, rgb);
         }
+        if (is_new && source->on_shown) {
+            source->on_shown(picture);
+        }
         if (callback != nullptr && !rgb.bytes.empty()) {
             callback(user, 0, pixel_format_rgb24, rgb.size.width, rgb.size.height, rgb.pitch,
                      rgb.bytes.data(), nullptr);
         }
-        if (is_new && source->on_shown) {
-            source->on_shown(picture); // now, so that no state is told before its picture is there
+        if (is_new && source->on_delivered) {
+            source->on_delivered(picture);
         }
     } catch (const std::exception& error) {
         log_incident("presenter", "delivery", std::string{"a picture was left out: "} + error.what());
