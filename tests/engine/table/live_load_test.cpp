@@ -68,9 +68,8 @@ protected:
     /// Views while the overlay callback stands still for two seconds, once, until all of the stream is sent.
     void watch(const Bytes& stream, SendRecipe recipe, int seconds, int mask) {
         recipe.target.port = free_udp_port();
-        std::atomic<bool> has_stood_still{false};
-        engine_.set_in_callback([this, &has_stood_still] {
-            if (engine_.picture_count() >= 10 && !has_stood_still.exchange(true)) {
+        engine_.set_in_callback([this] {
+            if (engine_.picture_count() >= 10 && !has_stood_still_.exchange(true)) {
                 std::this_thread::sleep_for(2s); // what is tested, not a wait
             }
         });
@@ -80,7 +79,7 @@ protected:
         EXPECT_TRUE(engine_.wait_for_info([=, this](const velmora_info_t&) {
             return engine_.last_number().value_or(0) >= 25U * static_cast<unsigned>(seconds - 1);
         })) << "back to live";
-        EXPECT_TRUE(has_stood_still);
+        EXPECT_TRUE(has_stood_still_);
         EXPECT_EQ(engine_.info().get_strm_info.inp_dec_error, 0);
         for (const std::string& line : errors_.lines()) {
             EXPECT_EQ(line.find("found no room"), std::string::npos) << line;
@@ -107,6 +106,7 @@ protected:
 
     StderrCapture errors_;
     ScratchFolder scratch_;
+    std::atomic<bool> has_stood_still_{false}; // for the callback, which goes on until the engine ends
     EngineLibrary library_;
     EngineUnderTest engine_{library_};
 };
