@@ -58,8 +58,8 @@ TEST(FilePace, AScreenThatStandsStillForHalfASecondLosesNoPicture) {
     const auto file = make_stream(four_seconds());
     const EngineLibrary library;
     expect_undisturbed([&] {
-        EngineUnderTest engine{library};
         std::atomic<bool> has_stood_still{false};
+        EngineUnderTest engine{library};
         engine.set_in_callback([&] {
             if (engine.picture_count() >= 20 && !has_stood_still.exchange(true)) {
                 std::this_thread::sleep_for(500ms); // what is tested, not a wait
