@@ -52,7 +52,7 @@ public:
     /// What the stream's latest pictures are made of.
     const PictureClassShares& shares() const { return shares_; }
     /// Processor time that one of its latest pictures took, about; 0 when that is not known.
-    std::chrono::duration<double> effort() const { return effort_; }
+    std::chrono::duration<double> effort() const;
     /// Decodes the next unit, an access point, twice: its picture goes to `preview` at once, without waiting
     /// for the units that precede it in display order, and comes out in order later. Once, where it would not
     /// come out at once anyway.
@@ -103,7 +103,7 @@ private:
     std::optional<DecodingLoad> load_; ///< of a stream that is live
     PictureClassShares shares_;
     std::chrono::duration<double> effort_{0};
-    int measured_{0}; ///< pictures on which effort_ rests
+    int measured_{0}; ///< pictures on which that rests
     AVDiscard skip_{AVDISCARD_DEFAULT};
     std::optional<AVDiscard> skip_from_key_;
 };

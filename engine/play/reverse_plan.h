@@ -51,6 +51,8 @@ public:
 
     /// @param magnitude of the speed, more than 0
     void set_magnitude(double magnitude) { magnitude_ = magnitude; }
+    /// How long one of the stream's pictures stands on the screen.
+    Seconds interval() const { return Seconds{unit_} / magnitude_; }
     /// @return nothing while the next stretch can wait
     std::optional<Stretch> next(const Situation& situation);
     /// What decoding takes, in pictures.
@@ -67,7 +69,6 @@ private:
     AVDiscard choose_skip(double distance) const;
     double part_in_time(AVDiscard skip, const Situation& situation) const;
     bool can_wait(const Situation& situation, const Stretch& stretch, Seconds needed) const;
-    Seconds interval() const { return Seconds{unit_} / magnitude_; }
 
     const Ticks unit_;
     const PictureClassShares shares_;

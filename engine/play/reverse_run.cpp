@@ -34,7 +34,6 @@ void ReverseRun::set_magnitude(double magnitude) {
     if (magnitude == 0.0) {
         return; // what is decoded waits
     }
-    magnitude_ = magnitude;
     plan_.set_magnitude(magnitude);
     spacing_.set(magnitude, unit_);
 }
@@ -125,7 +124,7 @@ ReversePlan::Seconds ReverseRun::reserve() const {
     if (clock.running()) {
         return clock.due(next_end_) - SteadyClock::now();
     }
-    return ReversePlan::Seconds{unit_} / magnitude_ * static_cast<double>(held());
+    return plan_.interval() * static_cast<double>(held());
 }
 
 /// Finds where the next window can be decoded.

@@ -53,7 +53,6 @@ private:
     const Ticks unit_; ///< distance of two pictures
     ReversePlan plan_;
     PictureSpacing spacing_;
-    double magnitude_{1.0};
     std::deque<std::shared_ptr<DecodedWindow>> windows_; ///< the latest stretch of the file first
     Position next_end_;                                  ///< in front of it the next window ends
     DecodingStart start_;                                ///< from where that can be decoded, once it is known
