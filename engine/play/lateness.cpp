@@ -10,7 +10,7 @@ using namespace std::chrono_literals;
 
 constexpr Lateness::Lag late_picture = 100ms;
 /// How long pictures may be late with nothing left out: a machine that stood still soon catches up by itself.
-constexpr auto grace = 500ms;
+constexpr auto grace = 150ms;
 /// How long a level may take to show that it catches up, and by how much.
 constexpr auto chance = 600ms;
 constexpr Lateness::Lag catching_up = 100ms;

@@ -36,32 +36,32 @@ TEST_F(LatenessTest, LeavesOutOnlyWhatNoOtherPictureNeedsWhileThatCatchesUp) {
 }
 
 TEST_F(LatenessTest, AMomentOfStandstillLeavesNothingOut) {
-    play(12, 400ms);
+    play(4, 400ms);
     play(1, 50ms);
-    play(12, 400ms);
+    play(4, 400ms);
     EXPECT_FALSE(lateness_.is_late());
 }
 
 TEST_F(LatenessTest, ALongerOneDoesNotLeaveOutReferences) {
-    play(15, 400ms);
+    play(10, 400ms);
     EXPECT_EQ(lateness_.skip(), AVDISCARD_NONREF);
 }
 
 TEST_F(LatenessTest, LeavesOutMoreAndMoreWhileItFallsBehind) {
-    play(31, 150ms, 4ms);
+    play(21, 150ms, 4ms);
     EXPECT_EQ(lateness_.skip(), AVDISCARD_BIDIR);
     play(100, 250ms, 4ms);
     EXPECT_EQ(lateness_.skip(), AVDISCARD_NONKEY);
 }
 
 TEST_F(LatenessTest, LeavesNothingOutAsSoonAsItHasCaughtUp) {
-    play(15, 400ms);
+    play(10, 400ms);
     play(1, 0ms);
     EXPECT_FALSE(lateness_.is_late());
 }
 
 TEST_F(LatenessTest, LeavesOutReferencesUntilASecondOnTime) {
-    play(31, 150ms, 4ms);
+    play(21, 150ms, 4ms);
     play(20, 0ms);
     EXPECT_EQ(lateness_.skip(), AVDISCARD_BIDIR);
     play(10, 0ms);

@@ -232,7 +232,7 @@ TEST(RtspConnecting, ReceptionComesBackWithTheServer) {
 }
 
 TEST(RtspStopping, TakesAMomentInEveryState) {
-    constexpr auto limit = 110ms;
+    constexpr auto limit = 100ms;
     EXPECT_LT(stop_time("rtsp://127.0.0.1:1/refused", [] { return true; }), limit) << "refused";
     {
         CountingScript mute{[](const std::string&) { return std::nullopt; }};

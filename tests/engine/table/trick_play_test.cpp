@@ -54,12 +54,6 @@ void PrintTo(const TrickCase& trick_case, std::ostream* out) {
     *out << trick_case.name;
 }
 
-/// The state is told a moment before the picture is handed out.
-bool wait_for_start(const EngineUnderTest& engine) {
-    return engine.wait_for_info(
-        [&](const velmora_info_t& info) { return is_at_start(info) && engine.last_number() == 0U; });
-}
-
 class Reverse : public testing::TestWithParam<TrickCase> {};
 
 TEST_P(Reverse, ShowsEveryPictureOnceInFallingOrder) {
@@ -67,7 +61,7 @@ TEST_P(Reverse, ShowsEveryPictureOnceInFallingOrder) {
     EngineLibrary library;
     EngineUnderTest engine{library};
     ASSERT_EQ(engine.play(make_stream(recipe), PLAYER_SPD_NORMAL, PLAYER_DIR_PREVWARD), 0);
-    ASSERT_TRUE(wait_for_start(engine));
+    ASSERT_TRUE(engine.wait_for_info(is_at_start));
     const auto shown = numbers(engine.pictures());
     const unsigned count = fps * static_cast<unsigned>(recipe.duration);
     ASSERT_FALSE(shown.empty());
@@ -106,7 +100,7 @@ TEST_F(TrickPlay, ReverseOnASmallDisplayIsWholeAndSmallAndTurnsRoundWithoutAGap)
     ASSERT_EQ(engine_.play(make_stream(stream(125, 8))), 0);
     ASSERT_TRUE(engine_.wait_for_pictures(60));
     engine_.set_tempo(PLAYER_DIR_PREVWARD, PLAYER_SPD_NORMAL);
-    ASSERT_TRUE(wait_for_start(engine_));
+    ASSERT_TRUE(engine_.wait_for_info(is_at_start));
     const auto pictures = engine_.pictures();
     for (const ReceivedPicture& picture : pictures) {
         EXPECT_EQ(picture.width, 200);
@@ -141,7 +135,7 @@ TEST_F(TrickPlay, EverySpeedEndsWithTheLastPictureBothWays) {
         ASSERT_TRUE(engine.wait_for_info(is_at_end));
         EXPECT_EQ(engine.last_number(), 99U) << "speed " << speed;
         engine.set_tempo(PLAYER_DIR_PREVWARD, speed);
-        ASSERT_TRUE(wait_for_start(engine));
+        ASSERT_TRUE(engine.wait_for_info(is_at_start));
         EXPECT_EQ(engine.last_number(), 0U) << "speed " << speed;
     }
 }
@@ -152,7 +146,7 @@ TEST_F(TrickPlay, TurningRoundAtTheEndAndAtTheStartLeadsOn) {
     engine_.resume();
     ASSERT_TRUE(engine_.wait_for_info(is_at_end));
     engine_.set_tempo(PLAYER_DIR_PREVWARD, PLAYER_SPD_X5);
-    ASSERT_TRUE(wait_for_start(engine_));
+    ASSERT_TRUE(engine_.wait_for_info(is_at_start));
     EXPECT_EQ(engine_.last_number(), 0U);
     engine_.forget_pictures();
     engine_.resume();
