@@ -6,9 +6,12 @@
 #include <cstring>
 #include <ctime>
 #include <memory>
+#include <mutex>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
+#include <utility>
+#include <vector>
 
 namespace velmora {
 
@@ -37,6 +40,27 @@ struct Lookup {
     gaicb request{};
 };
 
+/// Lookups that nobody waits for any more: the resolver writes to them when the answer comes.
+class GivenUpLookups {
+public:
+    void add(std::unique_ptr<Lookup> lookup) {
+        const std::scoped_lock lock(mutex_);
+        std::erase_if(lookups_,
+                      [](const auto& given_up) { return ::gai_error(&given_up->request) != EAI_INPROGRESS; });
+        lookups_.push_back(std::move(lookup));
+    }
+
+private:
+    std::mutex mutex_;
+    std::vector<std::unique_ptr<Lookup>> lookups_;
+};
+
+/// Outlives what ends the process: the resolver may still be at work then.
+GivenUpLookups& given_up_lookups() {
+    static auto* const lookups = new GivenUpLookups; // NOLINT(cppcoreguidelines-owning-memory)
+    return *lookups;
+}
+
 } // namespace
 
 std::optional<std::uint32_t> look_up_host(const std::string& host, const std::function<bool()>& is_over) {
@@ -51,9 +75,7 @@ std::optional<std::uint32_t> look_up_host(const std::string& host, const std::fu
     while (::gai_error(&lookup->request) == EAI_INPROGRESS) {
         if (is_over()) {
             if (::gai_cancel(&lookup->request) == EAI_NOTCANCELED) {
-                // The resolver will write to it when the answer comes.
-                static_cast<void>(
-                    lookup.release()); // NOLINT(bugprone-unused-return-value): given up on purpose
+                given_up_lookups().add(std::move(lookup));
             }
             return std::nullopt;
         }
