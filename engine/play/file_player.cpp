@@ -250,8 +250,7 @@ void FilePlayer::run(const std::stop_token& stop) {
         }
     } catch (const std::exception& error) {
         log_incident("file", "player", setup_.latin1_path + ' ' + error.what() + ", playing ended");
-        const std::lock_guard lock{mutex_};
-        rest_ = Rest::at_end;
+        rest(Rest::at_end, pictures_->clock.snapshot().position(SteadyClock::now()));
     }
     other_.reset(); // its threads wake this player
     set_readiness(Readiness::failed);
@@ -404,6 +403,9 @@ void FilePlayer::follow_tempo() {
         const std::lock_guard lock{mutex_};
         tempo = tempo_;
         shown = last_shown_;
+        if (!shown && rest_ != Rest::none) {
+            shown = pictures_->clock.snapshot().position(SteadyClock::now());
+        }
     }
     if (tempo.is_paused()) {
         return;

@@ -85,7 +85,7 @@ bool ForwardRun::work() {
     if (offer_pictures() || offer_sounds() || decode_video() || decode_sound()) {
         return true;
     }
-    if (!offered_ && !started_at_ && feed_.offset() > longest_search) {
+    if (finds_nothing() && feed_.offset() > longest_search) {
         try_next_approach();
         return true;
     }
@@ -95,6 +95,11 @@ bool ForwardRun::work() {
         return is_more;
     }
     return finish_tracks();
+}
+
+/// What has played once does so elsewhere in the file too, however far that is.
+bool ForwardRun::finds_nothing() const {
+    return !has_played_ && !started_at_ && !video_.has_decoded();
 }
 
 bool ForwardRun::decode_video() {
@@ -166,7 +171,7 @@ bool ForwardRun::offer_pictures() {
         }
         ready.pop_front();
         offered = true;
-        offered_ = true;
+        offered_ = has_played_ = true;
         last_offered_ = position;
         outlet_.ready();
         if (std::exchange(awaits_growth_, false)) {
@@ -228,7 +233,7 @@ bool ForwardRun::step_back() {
         return false;
     }
     const DecodingStart earlier = points_.find_before(target_, *started_at_);
-    if (!earlier) {
+    if (!earlier && approach_ != Approach::from_anywhere) {
         return false;
     }
     ++steps_back_;
@@ -247,7 +252,7 @@ bool ForwardRun::offer_sounds() {
         ready.pop_front();
         offered = true;
         if (sound_only() && !offered_) {
-            offered_ = true;
+            offered_ = has_played_ = true;
             outlet_.sound_begins(position);
             outlet_.facts_changed();
             outlet_.ready();
@@ -279,10 +284,10 @@ bool ForwardRun::finish_tracks() {
     if (step_back()) {
         return true;
     }
-    if (started_at_) {
-        outlet_.nothing_beyond(target_);
-    } else {
+    if (finds_nothing()) {
         try_next_approach();
+    } else {
+        outlet_.nothing_beyond(target_);
     }
     return true;
 }

@@ -68,6 +68,7 @@ private:
     void choose_skip();
     bool wants_sound() const;
     bool needs_more() const;
+    bool finds_nothing() const;
     bool step_back_from(const Picture& first);
     bool step_back();
     bool finish_tracks();
@@ -87,7 +88,8 @@ private:
     DecodingStart started_at_; ///< where decoding of the present run began
     Position target_{};        ///< first position wanted
     int steps_back_{0};
-    bool offered_{false}; ///< the first picture or sound since the beginning
+    bool offered_{false};    ///< the first picture or sound since the beginning
+    bool has_played_{false}; ///< something was offered since the file was opened
     bool tracks_finished_{false};
     bool awaits_growth_{false};            ///< everything that a growing file held had been read
     std::optional<Position> last_offered_; ///< picture

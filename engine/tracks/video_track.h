@@ -45,6 +45,8 @@ public:
     const std::deque<Picture>& ready() const { return ready_; }
     /// The last picture in front of the wanted ones, for a jump behind the last picture.
     std::optional<Picture> take_last_unwanted();
+    /// Whether a picture came out, wanted or not, since restart().
+    bool has_decoded() const { return last_position_.has_value(); }
 
     AVCodecID codec() const { return decoder_ ? decoder_->codec_id() : AV_CODEC_ID_NONE; }
     /// What the stream's latest pictures are made of.

@@ -219,6 +219,78 @@ TEST_F(BadInput, AFileCutInTheMiddleEndsThere) {
     EXPECT_LT(*engine_.last_number(), last_picture_of_small_stream);
 }
 
+constexpr int video_pid = 0x100;
+constexpr int sound_pid = 0x101;
+
+/// Where the packets of a PID are with which a PES packet begins.
+std::vector<std::size_t> pes_starts(const Bytes& stream, int wanted_pid) {
+    std::vector<std::size_t> starts;
+    for (std::size_t at = 0; at + packet_size <= stream.size(); at += packet_size) {
+        const int pid = (stream[at + 1] & 0x1F) << 8 | stream[at + 2];
+        if (pid == wanted_pid && (stream[at + 1] & 0x40) != 0) {
+            starts.push_back(at);
+        }
+    }
+    return starts;
+}
+
+void mark_as_broken(Bytes& stream, std::size_t packet) {
+    stream.at(packet + 1) |= 0x80; // transport_error_indicator
+}
+
+/// Takes the bytes of `stream` from `begin` to `end` out.
+void take_out(Bytes& stream, std::size_t begin, std::size_t end) {
+    stream.erase(stream.begin() + static_cast<std::ptrdiff_t>(begin),
+                 stream.begin() + static_cast<std::ptrdiff_t>(end));
+}
+
+TEST_F(BadInput, WhereTheOnlyAccessPointIsCutSeeksShowWhatPlayingShows) {
+    constexpr std::size_t group = 25;
+    StreamRecipe recipe = small_stream("h264", "none");
+    recipe.gop = group;
+    Bytes stream = read_bytes(make_stream(recipe));
+    const auto starts = pes_starts(stream, video_pid);
+    ASSERT_EQ(starts.size(), 2 * group);
+    stream.resize(starts[group] + packet_size);
+    constexpr std::array<std::uint8_t, 4> idr_slice{0, 0, 1, 0x65};
+    const auto last_slice =
+        std::find_end(stream.begin(), stream.end(), idr_slice.begin(), idr_slice.end()) + idr_slice.size();
+    std::fill(last_slice + 1, stream.end(), std::uint8_t{0});
+    take_out(stream, starts[0] + 3 * packet_size, starts[1]); // its head stays
+
+    ASSERT_EQ(engine_.play(scratch_.write("no-access-point.ts", stream)), 0);
+    ASSERT_TRUE(engine_.wait_for_info(is_ended));
+    const std::size_t played = engine_.pictures().size();
+    EXPECT_GT(played, 10U);
+    engine_.forget_pictures();
+    engine_.seek(0);
+    EXPECT_TRUE(engine_.wait_for_pictures(played));
+    EXPECT_TRUE(engine_.wait_for_info(is_ended));
+    engine_.set_tempo(PLAYER_DIR_PREVWARD, PLAYER_SPD_X3);
+    EXPECT_TRUE(engine_.wait_for_info(is_at_start));
+    engine_.seek(9);
+    EXPECT_TRUE(engine_.wait_for_info(is_at_start)) << "backward again from the end";
+}
+
+TEST_F(BadInput, WhereOnlySoundIsLeftASeekBehindItsEndEndsThere) {
+    StreamRecipe recipe = small_stream("h264", "mp2");
+    recipe.gop = 50;
+    Bytes stream = read_bytes(make_stream(recipe));
+    mark_as_broken(stream, pes_starts(stream, video_pid).at(0)); // no picture can be decoded without it
+    for (const std::size_t sound : pes_starts(stream, sound_pid)) {
+        if (sound > stream.size() / 3) {
+            mark_as_broken(stream, sound);
+        }
+    }
+    ASSERT_EQ(engine_.play(scratch_.write("sound.ts", stream)), 0);
+    engine_.seek(9);
+    EXPECT_TRUE(engine_.wait_for_info(is_ended));
+    engine_.seek(0);
+    EXPECT_TRUE(engine_.wait_for_info(
+        [](const velmora_info_t& info) { return info.player_info.state == PLAYRE_STATUS_PLAYING; }));
+    EXPECT_TRUE(engine_.wait_for_info(is_ended));
+}
+
 /// `stream` with `before` bytes in front of each packet and `behind` bytes after it.
 Bytes with_longer_packets(const Bytes& stream, std::size_t before, std::size_t behind) {
     Bytes longer;
