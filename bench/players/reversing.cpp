@@ -11,9 +11,9 @@ constexpr Milliseconds settling = 2500ms;
 constexpr Milliseconds forward_before = 3s;
 constexpr Milliseconds duration = 10s;
 
-/** @return whether the picture of a second was reached by a seek */
-bool wait_for_second(PictureWatch& watch, int second, int fps) {
-    const auto earliest = static_cast<std::uint32_t>((second - 1) * fps);
+/** @return whether a seek to a second, or to a little in front of it, has arrived */
+bool wait_for_second(PictureWatch& watch, const Stream& stream, int second) {
+    const std::uint32_t earliest = stream.number_at(second - 1);
     while (const auto sighting = watch.wait_for_change(patience)) {
         if (sighting->number >= earliest) {
             return true;
@@ -38,7 +38,7 @@ void measure(const Bench& bench, TrickPlayer& player, const Stream& stream, Samp
     PictureWatch watch(bench.framebuffer, bench.desktop, stream);
     watch.watch_for(settling);
     player.seek(start_second);
-    if (!wait_for_second(watch, start_second, static_cast<int>(stream.fps))) {
+    if (!wait_for_second(watch, stream, start_second)) {
         return;
     }
     const auto before = watch.watch_for(forward_before);

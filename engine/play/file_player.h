@@ -146,10 +146,10 @@ private:
     std::unique_ptr<TagList> tags_;
     std::optional<Position> wanted_position_;
     Readiness readiness_{Readiness::pending};
-    std::optional<Position> last_shown_; ///< since the last jump
-    std::optional<Position> last_delivered_;
-    std::size_t shown_bytes_{0}; ///< of the decoded picture shown last
-    PictureSize shown_size_;     ///< of that picture, square pixels
+    std::optional<Position> last_shown_;     ///< since the last jump
+    std::optional<Position> last_delivered_; ///< of these, handed over completely
+    std::size_t shown_bytes_{0};             ///< of the decoded picture shown last
+    PictureSize shown_size_;                 ///< of that picture, square pixels
     Tempo tempo_;
     double run_rate_{1.0};  ///< of the active run, when it is not paused
     bool run_begun_{false}; ///< the clock follows the active run
