@@ -77,6 +77,8 @@ MainWindowTest::~MainWindowTest() {
 
 MainWindow& MainWindowTest::open_window() {
     window_ = std::make_unique<MainWindow>();
+    // The poll is driven by the tests; its timer is tested on its own.
+    get_action_info_timer.stop();
     window_->show();
     if (!QTest::qWaitForWindowExposed(window_.get(), patience_ms)) {
         throw std::runtime_error{"the window does not show"};
@@ -84,8 +86,6 @@ MainWindow& MainWindowTest::open_window() {
     if (!QTest::qWaitFor([] { return !checkResize.isActive(); }, patience_ms)) {
         throw std::runtime_error{"the layout does not come to rest"};
     }
-    // The poll is driven by the tests; its timer is tested on its own.
-    get_action_info_timer.stop();
     return *window_;
 }
 

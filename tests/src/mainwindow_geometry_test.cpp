@@ -85,8 +85,10 @@ TEST_F(GeometryTest, WithoutTheBarThePictureHasTheWholeHeight) {
     EXPECT_FALSE(shown("tag_list"));
     EXPECT_FALSE(shown("inBtn"));
     EXPECT_TRUE(shown("outBtn"));
-    EXPECT_EQ(child("playerFrame")->size(),
-              QSize(720, 576).scaled(800, child("centralWidget")->height(), Qt::KeepAspectRatio));
+    const auto fitted = [this] {
+        return QSize(720, 576).scaled(800, child("centralWidget")->height(), Qt::KeepAspectRatio);
+    };
+    EXPECT_TRUE(QTest::qWaitFor([&] { return child("playerFrame")->size() == fitted(); }, patience_ms));
     resize_to(820, 700);
     EXPECT_FALSE(shown("grayFrm")) << "it does not come back with a new size";
     click("outBtn");

@@ -118,7 +118,8 @@ TEST_F(LiveParts, VideoThatComesLaterThanItsSoundIsShownWhenItComes) {
     watch(without_packets(stream_bytes(recipe_), video_pid, [](double place) { return place < 0.45; }));
     EXPECT_TRUE(is_heard());
     EXPECT_TRUE(engine_.wait_for_pictures(5));
-    EXPECT_EQ(engine_.info().get_strm_info.v_codec, h264);
+    EXPECT_TRUE(
+        engine_.wait_for_info([](const velmora_info_t& info) { return info.get_strm_info.v_codec == h264; }));
     expect_pictures_in_order();
 }
 
