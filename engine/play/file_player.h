@@ -91,37 +91,45 @@ private:
     enum class Readiness { pending, ready, failed };
     /// How playing came to rest.
     enum class Rest { none, at_end, at_start };
+    /// Asks for the last picture, wherever that is.
+    static constexpr Position the_end = Position::max();
 
     RunOutlet make_outlet();
     void run(const std::stop_token& stop);
     bool rests_in_pause() const;
     void wait_for_work(const std::stop_token& stop);
     bool take_commands();
+    void count_decoded(std::uint64_t pictures);
+    void update_facts();
+    std::optional<SteadyTime> hand_out_data();
+    void set_readiness(Readiness readiness);
+    void wake();
+
+    // Runs:
     bool seek_if_wanted();
     std::optional<Position> target_of(Position wanted) const;
     void begin_forward(const DecodingStart& start, Position target);
-    void follow_growth();
-    void follow_tempo();
-    void turn(Position from, const Tempo& tempo);
-    std::size_t held_bytes() const;
-    void begin_other(Position from, const Tempo& tempo);
-    void set_clock_rate(double rate);
     PlayRun& active() const;
     bool is_suited(const Tempo& tempo) const;
+    void follow_tempo();
+    void set_clock_rate(double rate);
+    void turn(Position from, const Tempo& tempo);
+    void begin_other(Position from, const Tempo& tempo);
+
+    // Screen:
+    void picture_shown(const Picture& picture);
+    void picture_delivered(const Picture& picture);
+    void expect_groups_around(Position position);
+    void sound_begins(Position position);
+    std::size_t held_bytes() const;
+
+    // Ends:
+    void follow_growth();
     void check_limit();
     bool lacks_the_last_picture() const;
     void finish_with_the_last_picture();
     bool begin_again();
     void rest(Rest rest, Position at);
-    void count_decoded(std::uint64_t pictures);
-    void update_facts();
-    std::optional<SteadyTime> hand_out_data();
-    void set_readiness(Readiness readiness);
-    void picture_shown(const Picture& picture);
-    void picture_delivered(const Picture& picture);
-    void expect_groups_around(Position position);
-    void sound_begins(Position position);
-    void wake();
 
     const Setup setup_;
     const Hooks hooks_;
