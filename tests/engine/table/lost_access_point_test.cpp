@@ -1,0 +1,108 @@
+// Streams of which the beginning, from which everything else is decoded, is lost.
+#include "engine_under_test.h"
+#include "packet_edit.h"
+#include "scratch_files.h"
+#include "stream_surgery.h"
+#include "support/stream_maker.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace {
+
+using packet_edit::packet_size;
+
+constexpr unsigned video_pid = 0x100;
+constexpr unsigned sound_pid = 0x101;
+
+StreamRecipe two_seconds(int gop) {
+    StreamRecipe recipe;
+    recipe.audio = "mp2";
+    recipe.width = 320;
+    recipe.height = 240;
+    recipe.duration = 2;
+    recipe.gop = gop;
+    return recipe;
+}
+
+/// Where the packets are with which a picture begins.
+std::vector<std::size_t> picture_starts(Bytes& stream) {
+    std::vector<std::size_t> starts;
+    for (std::size_t at = 0; at + packet_size <= stream.size(); at += packet_size) {
+        const auto packet = std::span{stream}.subspan(at).first<packet_size>();
+        if (packet_edit::pid_of(packet) == video_pid && packet_edit::begins_unit(packet)) {
+            starts.push_back(at);
+        }
+    }
+    return starts;
+}
+
+/// The first picture keeps its head only, and of the second key picture no more than that is there.
+Bytes without_whole_key_pictures() {
+    constexpr int group = 25;
+    Bytes stream = read_bytes(make_stream(two_seconds(group)));
+    const auto starts = picture_starts(stream);
+    stream.resize(starts.at(group) + packet_size);
+    constexpr std::array<std::uint8_t, 4> key_slice{0, 0, 1, 0x65};
+    const auto last_slice = std::find_end(stream.begin(), stream.end(), key_slice.begin(), key_slice.end());
+    std::fill(last_slice + key_slice.size() + 1, stream.end(), std::uint8_t{0});
+    const auto begin = stream.begin();
+    stream.erase(begin + static_cast<std::ptrdiff_t>(starts[0] + 3 * packet_size),
+                 begin + static_cast<std::ptrdiff_t>(starts[1]));
+    return stream;
+}
+
+bool is_ended(const velmora_info_t& info) {
+    return info.player_info.state == PLAYRE_STATUS_EOF;
+}
+
+bool is_at_start(const velmora_info_t& info) {
+    return info.player_info.state == PLAYRE_STATUS_SOF;
+}
+
+bool is_playing(const velmora_info_t& info) {
+    return info.player_info.state == PLAYRE_STATUS_PLAYING;
+}
+
+class LostAccessPoint : public testing::Test {
+protected:
+    ScratchFolder scratch_;
+    EngineLibrary library_;
+    EngineUnderTest engine_{library_};
+};
+
+TEST_F(LostAccessPoint, SeeksShowWhatPlayingShows) {
+    ASSERT_EQ(engine_.play(scratch_.write("pictures.ts", without_whole_key_pictures())), 0);
+    ASSERT_TRUE(engine_.wait_for_info(is_ended));
+    const std::size_t played = engine_.pictures().size();
+    EXPECT_GT(played, 10U);
+    engine_.forget_pictures();
+    engine_.seek(0);
+    EXPECT_TRUE(engine_.wait_for_pictures(played));
+    EXPECT_TRUE(engine_.wait_for_info(is_ended));
+    engine_.set_tempo(PLAYER_DIR_PREVWARD, PLAYER_SPD_X3);
+    EXPECT_TRUE(engine_.wait_for_info(is_at_start));
+    engine_.seek(9);
+    EXPECT_TRUE(engine_.wait_for_info(is_at_start)) << "backward again from the end";
+}
+
+TEST_F(LostAccessPoint, WhereOnlySoundIsLeftASeekBehindItsEndEndsThere) {
+    const Bytes whole = read_bytes(make_stream(two_seconds(50)));
+    const Bytes headless = without_packets(whole, video_pid, [](double place) { return place < 0.1; });
+    const Bytes sound = without_packets(headless, sound_pid, [](double place) { return place > 0.4; });
+    ASSERT_EQ(engine_.play(scratch_.write("sound.ts", sound)), 0);
+    engine_.seek(9);
+    EXPECT_TRUE(engine_.wait_for_info(is_ended));
+    engine_.seek(0);
+    EXPECT_TRUE(engine_.wait_for_info(is_playing));
+    EXPECT_TRUE(engine_.wait_for_info(is_ended));
+    EXPECT_EQ(engine_.picture_count(), 0U);
+}
+
+} // namespace
