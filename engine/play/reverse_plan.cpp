@@ -132,6 +132,11 @@ bool ReversePlan::can_wait(const Situation& situation, const Stretch& stretch, S
            lasts_then > needed_then * usual_precaution + usual_reserve;
 }
 
+bool ReversePlan::comes_in_time(Seconds late, double distance) const {
+    const AVDiscard skip = choose_skip(distance);
+    return late + effort_ / hurried_speed * work(skip, distance, distance) <= caught_up;
+}
+
 Ticks ReversePlan::end_in_time(Ticks shown) const {
     // While it is decoded the clock goes on as well.
     const double work_per_time = effort_ / hurried_speed / interval();

@@ -60,6 +60,8 @@ public:
     double work(AVDiscard skip, double distance, double covered) const;
     /// Tells what one thread took for so much work.
     void learn(double work, Seconds took);
+    /// Whether the screen makes up for it that a stretch was due so long before it is begun.
+    bool comes_in_time(Seconds late, double distance) const;
     /// Where a stretch has to end to be due when it is decoded.
     /// @param shown distance of the clock from where decoding begins
     Ticks end_in_time(Ticks shown) const;

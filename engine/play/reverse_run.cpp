@@ -182,7 +182,8 @@ bool ReverseRun::schedule() {
 bool ReverseRun::skip_what_is_late() {
     const PlayClock clock = outlet_.pictures->clock.snapshot();
     const SteadyTime now = SteadyClock::now();
-    if (!clock.running() || now - clock.due(next_end_) <= late_stretch) {
+    const auto late = now - clock.due(next_end_);
+    if (!clock.running() || late <= late_stretch || plan_.comes_in_time(late, distance())) {
         return true;
     }
     const Position shown = std::max(clock.position(now), Position{unit_});

@@ -116,5 +116,12 @@ TEST(ReversePlanTest, AStretchEndsWhereTheClockIsWhenItIsDecoded) {
     EXPECT_EQ(slow.end_in_time(Ticks::zero()), Ticks::zero());
 }
 
+TEST(ReversePlanTest, WhatIsLateIsNotLeftOutWhereTheScreenMakesUpForIt) {
+    const ReversePlan plan{stream_of(2ms)};
+    EXPECT_TRUE(plan.comes_in_time(400ms, 50));
+    EXPECT_FALSE(plan.comes_in_time(400ms, 250)) << "decoding takes too long";
+    EXPECT_FALSE(plan.comes_in_time(700ms, 1)) << "the screen does not catch up";
+}
+
 } // namespace
 } // namespace velmora
