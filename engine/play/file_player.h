@@ -108,6 +108,7 @@ private:
     // Runs:
     bool seek_if_wanted();
     std::optional<Position> target_of(Position wanted) const;
+    void hold_at(Position position);
     void begin_forward(const DecodingStart& start, Position target);
     PlayRun& active() const;
     bool is_suited(const Tempo& tempo) const;

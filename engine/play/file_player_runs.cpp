@@ -49,25 +49,33 @@ std::optional<Position> FilePlayer::target_of(Position wanted) const {
     return estimated > Position{} ? std::optional{estimated} : std::nullopt;
 }
 
-/// From here the forward run shows the picture at `target` and goes on.
-void FilePlayer::begin_forward(const DecodingStart& start, Position target) {
-    other_.reset();
-    data_.restart(target);
+/// Nothing that was offered before is shown any more, and the clock waits for the run that begins here.
+void FilePlayer::hold_at(Position position) {
     {
         const std::lock_guard lock{mutex_};
         ++pictures_->generation;
-        pictures_->clock.anchor(target, 0.0, SteadyClock::now());
+        pictures_->clock.anchor(position, 0.0, SteadyClock::now());
         run_begun_ = false;
         rest_ = Rest::none;
-        last_shown_.reset();
         last_delivered_.reset();
-        // Where another run takes over at once, the clock waits for it.
-        run_rate_ = is_suited(tempo_) ? tempo_.rate() : 0.0;
     }
     board_.update([](PlaybackFacts& facts, StreamCounters&) {
         facts.at_end = false;
         facts.at_start = false;
     });
+}
+
+/// From here the forward run shows the picture at `target` and goes on.
+void FilePlayer::begin_forward(const DecodingStart& start, Position target) {
+    other_.reset();
+    data_.restart(target);
+    hold_at(target);
+    {
+        const std::lock_guard lock{mutex_};
+        last_shown_.reset();
+        // Where another run takes over at once, the clock waits for it.
+        run_rate_ = is_suited(tempo_) ? tempo_.rate() : 0.0;
+    }
     forward_->begin(start, target);
 }
 
@@ -150,20 +158,7 @@ void FilePlayer::turn(Position from, const Tempo& tempo) {
 }
 
 void FilePlayer::begin_other(Position from, const Tempo& tempo) {
-    std::size_t picture_bytes = 0;
-    {
-        const std::lock_guard lock{mutex_};
-        ++pictures_->generation;
-        pictures_->clock.anchor(from, 0.0, SteadyClock::now());
-        run_begun_ = false;
-        rest_ = Rest::none;
-        last_delivered_.reset();
-        picture_bytes = held_bytes();
-    }
-    board_.update([](PlaybackFacts& facts, StreamCounters&) {
-        facts.at_end = false;
-        facts.at_start = false;
-    });
+    hold_at(from);
     pictures_->pictures.clear();
     sounds_->clear();
     hooks_.discard_sound();
@@ -171,7 +166,7 @@ void FilePlayer::begin_other(Position from, const Tempo& tempo) {
         const auto direction = tempo.is_reverse() ? KeyRun::Direction::reverse : KeyRun::Direction::forward;
         other_ = std::make_unique<KeyRun>(source_, *points_, make_outlet(), direction, from);
     } else {
-        const ReverseStream stream{forward_->feed().units().unit_duration(), picture_bytes,
+        const ReverseStream stream{forward_->feed().units().unit_duration(), held_bytes(),
                                    forward_->video().shares(), forward_->video().effort()};
         auto reverse =
             std::make_unique<ReverseRun>(source_, *points_, make_outlet(), stream, from, [this] { wake(); });

@@ -73,8 +73,9 @@ void FilePlayer::sound_begins(Position position) {
     last_shown_ = position;
 }
 
-/// What a picture takes that is kept for the screen; 0 when nothing was shown yet. Under mutex_.
+/// What a picture takes that is kept for the screen; 0 when nothing was shown yet.
 std::size_t FilePlayer::held_bytes() const {
+    const std::lock_guard lock{mutex_};
     const PictureSize display = pictures_->display.load();
     if (shown_bytes_ == 0 || display == PictureSize{} || shown_size_ == PictureSize{}) {
         return shown_bytes_;

@@ -33,36 +33,25 @@ protected:
     EngineUnderTest engine_{library_};
 };
 
-/// Plays a stream of a hundred pictures to its end, in order.
-/// @param whole all were decoded, and nearly all were shown
-void play_to_the_end(bool& whole) {
-    const EngineLibrary library;
-    EngineUnderTest engine{library};
-    ASSERT_EQ(engine.play(make_stream(four_seconds())), 0);
-    ASSERT_TRUE(engine.wait_for_info(is_ended));
+TEST_F(Playback, ShowsEveryPictureOnceInOrderAndEnds) {
+    ASSERT_EQ(engine_.play(make_stream(four_seconds())), 0);
+    ASSERT_TRUE(engine_.wait_for_info(is_ended));
     unsigned expected = 0;
     unsigned missing = 0;
-    for (const ReceivedPicture& picture : engine.pictures()) {
+    for (const ReceivedPicture& picture : engine_.pictures()) {
         ASSERT_TRUE(picture.number);
         ASSERT_GE(*picture.number, expected) << "a picture came twice or out of order";
         missing += *picture.number - expected;
         expected = *picture.number + 1;
     }
     EXPECT_EQ(expected, 100U);
-    const velmora_info_t info = engine.info();
+    EXPECT_LE(missing, 10U); // a busy machine may make some late
+    const velmora_info_t info = engine_.info();
     EXPECT_EQ(info.player_info.eof, 1);
     EXPECT_EQ(info.player_info.second, 4);
     EXPECT_EQ(info.player_info.total_second, 4);
+    EXPECT_EQ(info.get_strm_info.inp_dec_frame, 100);
     EXPECT_EQ(info.get_strm_info.inp_dec_error, 0);
-    whole = info.get_strm_info.inp_dec_frame == 100 && missing <= 10;
-}
-
-TEST_F(Playback, ShowsEveryPictureOnceInOrderAndEnds) {
-    expect_undisturbed([] {
-        bool whole = false;
-        play_to_the_end(whole);
-        return whole;
-    });
 }
 
 TEST(FilePace, AScreenThatStandsStillForHalfASecondLosesNoPicture) {

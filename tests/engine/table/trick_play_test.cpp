@@ -1,7 +1,6 @@
 // Directions, turning round and ends: told from the numbers of the pictures that are shown.
 #include "engine_under_test.h"
 #include "support/stream_maker.h"
-#include "support/undisturbed.h"
 
 #include <gtest/gtest.h>
 
@@ -57,35 +56,26 @@ void PrintTo(const TrickCase& trick_case, std::ostream* out) {
 
 class Reverse : public testing::TestWithParam<TrickCase> {};
 
-/// Plays a stream backward from its end to its start, in falling order.
-/// @param shown pictures
-void play_backward(const StreamRecipe& recipe, std::size_t& shown) {
+TEST_P(Reverse, ShowsEveryPictureOnceInFallingOrder) {
+    const StreamRecipe& recipe = GetParam().recipe;
     EngineLibrary library;
     EngineUnderTest engine{library};
     ASSERT_EQ(engine.play(make_stream(recipe), PLAYER_SPD_NORMAL, PLAYER_DIR_PREVWARD), 0);
     ASSERT_TRUE(engine.wait_for_info(is_at_start));
-    const auto order = numbers(engine.pictures());
-    ASSERT_FALSE(order.empty());
-    EXPECT_EQ(order.front(), fps * static_cast<unsigned>(recipe.duration) - 1) << "reverse begins at the end";
-    EXPECT_EQ(order.back(), 0U);
-    EXPECT_TRUE(std::ranges::is_sorted(order, std::ranges::greater{}));
+    const auto shown = numbers(engine.pictures());
+    const unsigned count = fps * static_cast<unsigned>(recipe.duration);
+    ASSERT_FALSE(shown.empty());
+    EXPECT_EQ(shown.front(), count - 1) << "reverse begins at the end";
+    EXPECT_EQ(shown.back(), 0U);
+    EXPECT_TRUE(std::ranges::is_sorted(shown, std::ranges::greater{}));
+    EXPECT_GE(shown.size(), count * 9 / 10) << "a busy machine may make some late";
     const velmora_info_t info = engine.info();
     EXPECT_EQ(info.player_info.sof, 1);
     EXPECT_EQ(info.player_info.eof, 0);
     EXPECT_EQ(info.player_info.second, 0);
     EXPECT_EQ(info.player_info.direction, PLAYER_DIR_PREVWARD);
-    EXPECT_GE(info.get_strm_info.inp_dec_frame, static_cast<int>(order.size()));
-    EXPECT_EQ(info.get_strm_info.inp_disp_frames, static_cast<int>(order.size()));
-    shown = order.size();
-}
-
-TEST_P(Reverse, ShowsEveryPictureOnceInFallingOrder) {
-    const auto count = fps * static_cast<std::size_t>(GetParam().recipe.duration);
-    expect_undisturbed([&] {
-        std::size_t shown = 0;
-        play_backward(GetParam().recipe, shown);
-        return shown >= count * 9 / 10;
-    });
+    EXPECT_GE(info.get_strm_info.inp_dec_frame, static_cast<int>(shown.size()));
+    EXPECT_EQ(info.get_strm_info.inp_disp_frames, static_cast<int>(shown.size()));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -105,22 +95,18 @@ protected:
     EngineUnderTest engine_{library_};
 };
 
-/// Turns round in the first group on a small display, and goes back to its beginning.
-/// @param share of the pictures up to there that were shown again
-void turn_round_on_a_small_display(double& share) {
-    const EngineLibrary library;
-    EngineUnderTest engine{library};
-    library.extension().Velmora_set_display_size(engine.handle(), 200, 1000);
-    ASSERT_EQ(engine.play(make_stream(stream(125, 8))), 0);
-    ASSERT_TRUE(engine.wait_for_pictures(60));
-    engine.set_tempo(PLAYER_DIR_PREVWARD, PLAYER_SPD_NORMAL);
-    ASSERT_TRUE(engine.wait_for_info(is_at_start));
-    const auto pictures = engine.pictures();
+TEST_F(TrickPlay, ReverseOnASmallDisplayIsWholeAndSmallAndTurnsRoundWithoutAGap) {
+    library_.extension().Velmora_set_display_size(engine_.handle(), 200, 1000);
+    ASSERT_EQ(engine_.play(make_stream(stream(125, 8))), 0);
+    ASSERT_TRUE(engine_.wait_for_pictures(60));
+    engine_.set_tempo(PLAYER_DIR_PREVWARD, PLAYER_SPD_NORMAL);
+    ASSERT_TRUE(engine_.wait_for_info(is_at_start));
+    const auto pictures = engine_.pictures();
     for (const ReceivedPicture& picture : pictures) {
         EXPECT_EQ(picture.width, 200);
         EXPECT_EQ(picture.height, 150);
     }
-    EXPECT_EQ(engine.info().inp_width, 320) << "what the stream has, not what is shown";
+    EXPECT_EQ(engine_.info().inp_width, 320) << "what the stream has, not what is shown";
     const auto shown = numbers(pictures);
     const auto turn = std::ranges::max_element(shown);
     ASSERT_NE(turn, shown.end());
@@ -128,15 +114,7 @@ void turn_round_on_a_small_display(double& share) {
     EXPECT_EQ(shown.back(), 0U);
     ASSERT_GT(std::distance(turn, shown.end()), 5);
     EXPECT_EQ(*(turn + 1), *turn - 1) << "the first older picture is the one that was shown before";
-    share = static_cast<double>(std::distance(turn, shown.end())) / *turn;
-}
-
-TEST(Reverse, OnASmallDisplayIsWholeAndSmallAndTurnsRoundWithoutAGap) {
-    expect_undisturbed([] {
-        double share = 0;
-        turn_round_on_a_small_display(share);
-        return share >= 0.9;
-    });
+    EXPECT_GE(std::distance(turn, shown.end()), static_cast<std::ptrdiff_t>(*turn * 9 / 10));
 }
 
 TEST_F(TrickPlay, FastEndsWithTheLastPicture) {

@@ -4,7 +4,6 @@
 #include "scratch_files.h"
 #include "stream_surgery.h"
 #include "support/stream_maker.h"
-#include "support/undisturbed.h"
 
 #include <gtest/gtest.h>
 
@@ -39,11 +38,11 @@ void PrintTo(const StreamCase& stream_case, std::ostream* out) {
 
 class UnusualStream : public testing::TestWithParam<StreamCase> {};
 
-/// @param shown pictures on the way back from the third second
-void play_seek_and_turn_round(const std::filesystem::path& file, std::size_t& shown) {
+TEST_P(UnusualStream, PlaysSeeksExactlyAndRunsBackward) {
+    const ScratchFolder scratch;
     EngineLibrary library;
     EngineUnderTest engine{library};
-    ASSERT_EQ(engine.play(file, PLAYER_SPD_PAUSE), 0);
+    ASSERT_EQ(engine.play(scratch.write("unusual.ts", GetParam().make()), PLAYER_SPD_PAUSE), 0);
     ASSERT_TRUE(engine.wait_for_info(
         [](const velmora_info_t& info) { return info.player_info.total_second == seconds; }));
     ASSERT_TRUE(engine.wait_for_pictures(1));
@@ -59,7 +58,7 @@ void play_seek_and_turn_round(const std::filesystem::path& file, std::size_t& sh
     ASSERT_TRUE(engine.wait_for_info(
         [](const velmora_info_t& info) { return info.player_info.state == PLAYRE_STATUS_SOF; }));
     const auto pictures = engine.pictures();
-    shown = pictures.size();
+    EXPECT_GE(pictures.size(), 2 * fps * 9 / 10) << "a busy machine may make some late";
     EXPECT_TRUE(std::ranges::is_sorted(pictures, std::ranges::greater{}, &ReceivedPicture::number));
     EXPECT_EQ(engine.last_number(), 0U);
 
@@ -68,16 +67,6 @@ void play_seek_and_turn_round(const std::filesystem::path& file, std::size_t& sh
         [](const velmora_info_t& info) { return info.player_info.state == PLAYRE_STATUS_EOF; }));
     EXPECT_GE(engine.last_number(), seconds * fps - 5);
     EXPECT_EQ(engine.info().get_strm_info.inp_dec_error, 0);
-}
-
-TEST_P(UnusualStream, PlaysSeeksExactlyAndRunsBackward) {
-    const ScratchFolder scratch;
-    const auto file = scratch.write("unusual.ts", GetParam().make());
-    expect_undisturbed([&] {
-        std::size_t shown = 0;
-        play_seek_and_turn_round(file, shown);
-        return shown >= 2 * fps * 9 / 10;
-    });
 }
 
 INSTANTIATE_TEST_SUITE_P(
