@@ -46,4 +46,32 @@ bool is_one_access_unit(AVCodecID codec, std::span<const std::uint8_t> bytes) {
     return true;
 }
 
+std::optional<unsigned> first_slice_header(AVCodecID codec, std::span<const std::uint8_t> unit) {
+    for (std::size_t at = 0; at + 3 < unit.size(); ++at) {
+        if (unit[at] != 0 || unit[at + 1] != 0 || unit[at + 2] != 1) {
+            continue;
+        }
+        const unsigned header = unit[at + 3];
+        const unsigned type = codec == AV_CODEC_ID_H264 ? header & 0x1FU : header >> 1U & 0x3FU;
+        const bool is_slice = codec == AV_CODEC_ID_H264 ? type >= 1 && type <= 5 : type < 32;
+        if (is_slice) {
+            return header;
+        }
+        at += 3;
+    }
+    return std::nullopt;
+}
+
+bool may_begin_next(AVCodecID codec, std::span<const std::uint8_t> unit, std::span<const std::uint8_t> part) {
+    const auto at = std::search(part.begin(), part.end(), start_code.begin(), start_code.end());
+    const auto behind = at - part.begin() + static_cast<std::ptrdiff_t>(start_code.size());
+    const bool has_start_code = std::all_of(part.begin(), at, [](std::uint8_t byte) { return byte == 0; });
+    if (!has_start_code || behind >= std::ssize(part)) {
+        return false;
+    }
+    const bool has_slices = codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_HEVC;
+    return !has_slices || first_slice_header(codec, unit) ||
+           is_delimiter(codec, part[static_cast<std::size_t>(behind)]);
+}
+
 } // namespace velmora

@@ -1,5 +1,7 @@
 #include "decode/picture_class.h"
 
+#include "decode/access_unit.h"
+
 #include <cstddef>
 #include <numeric>
 #include <optional>
@@ -11,23 +13,6 @@ namespace {
 /// Enough to know the structure of most streams; older pictures weigh less and less.
 constexpr int enough_to_judge = 12;
 constexpr int most_counted = 256;
-
-/// The first byte of the first slice's NAL unit.
-std::optional<unsigned> first_slice_header(AVCodecID codec, std::span<const std::uint8_t> unit) {
-    for (std::size_t at = 0; at + 3 < unit.size(); ++at) {
-        if (unit[at] != 0 || unit[at + 1] != 0 || unit[at + 2] != 1) {
-            continue;
-        }
-        const unsigned header = unit[at + 3];
-        const unsigned type = codec == AV_CODEC_ID_H264 ? header & 0x1FU : header >> 1U & 0x3FU;
-        const bool is_slice = codec == AV_CODEC_ID_H264 ? type >= 1 && type <= 5 : type < 32;
-        if (is_slice) {
-            return header;
-        }
-        at += 3;
-    }
-    return std::nullopt;
-}
 
 bool is_disposable(AVCodecID codec, int picture_type, std::span<const std::uint8_t> unit) {
     if (codec == AV_CODEC_ID_MPEG2VIDEO) {

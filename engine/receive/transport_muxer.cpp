@@ -90,6 +90,7 @@ void TransportMuxer::add_stream(const AVStream& stream) {
     Track& track = tracks_[stream.index];
     track.time_base = stream.time_base;
     track.codec = stream.codecpar->codec_id;
+    track.assembler = PictureAssembler{track.codec};
     track.is_video = stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO;
     if (!has_a_place(*stream.codecpar)) {
         log_incident("live", "stream left out",

@@ -36,7 +36,7 @@ private:
         int output{-1};         ///< its stream; -1 = left out
         AVCodecID codec{AV_CODEC_ID_NONE};
         bool is_video{false};
-        PictureAssembler assembler{};
+        PictureAssembler assembler{AV_CODEC_ID_NONE};
         DecodingTimes decoding_times{};
         Ticks last_decode{Ticks::min()};
     };
