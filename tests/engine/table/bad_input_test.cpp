@@ -2,6 +2,7 @@
 #include "engine_under_test.h"
 #include "scratch_files.h"
 #include "stderr_capture.h"
+#include "stream_damage.h"
 #include "support/stream_maker.h"
 
 #include <gtest/gtest.h>
@@ -38,16 +39,6 @@ std::chrono::microseconds cpu_time() {
     ::getrusage(RUSAGE_SELF, &usage);
     return std::chrono::seconds{usage.ru_utime.tv_sec + usage.ru_stime.tv_sec} +
            std::chrono::microseconds{usage.ru_utime.tv_usec + usage.ru_stime.tv_usec};
-}
-
-Bytes random_bytes(std::size_t size, std::uint64_t seed) {
-    std::mt19937_64 random{seed};
-    Bytes bytes(size);
-    for (std::size_t i = 0; i + 8 <= size; i += 8) {
-        const std::uint64_t value = random();
-        std::memcpy(&bytes[i], &value, sizeof value);
-    }
-    return bytes;
 }
 
 /// Null packets from end to end.
@@ -264,42 +255,6 @@ TEST_F(BadInput, AStreamThatEndsInAHugeHolePlays) {
     EXPECT_LT(std::chrono::steady_clock::now() - begin, 2s);
 }
 
-/// Damages of all kinds: flipped bits, cuts, junk, swapped and repeated packets.
-void damage(Bytes& bytes, std::mt19937& random) {
-    const auto any = [&](std::size_t limit) { return static_cast<std::ptrdiff_t>(random() % limit); };
-    for (auto flips = random() % 200; flips > 0; --flips) {
-        bytes[static_cast<std::size_t>(any(bytes.size()))] ^= static_cast<std::uint8_t>(1U << random() % 8);
-    }
-    if (random() % 3 == 0) { // in the tables and headers at the front
-        for (auto flips = random() % 20; flips > 0; --flips) {
-            bytes[static_cast<std::size_t>(any(packet_size * 20))] = static_cast<std::uint8_t>(random());
-        }
-    }
-    if (random() % 3 == 0) {
-        const Bytes junk = random_bytes(random() % 5000, random());
-        bytes.insert(bytes.begin() + any(bytes.size()), junk.begin(), junk.end());
-    }
-    if (random() % 3 == 0) {
-        const auto from = bytes.begin() + any(bytes.size());
-        bytes.erase(from, from + std::min<std::ptrdiff_t>(any(20'000), bytes.end() - from));
-    }
-    if (random() % 4 == 0) {
-        const std::size_t packets = bytes.size() / packet_size;
-        for (auto swaps = random() % 50; swaps > 0; --swaps) {
-            const auto from = bytes.begin() + any(packets) * static_cast<std::ptrdiff_t>(packet_size);
-            const auto to = bytes.begin() + any(packets) * static_cast<std::ptrdiff_t>(packet_size);
-            if (random() % 2 == 0) {
-                std::copy_n(Bytes(from, from + packet_size).begin(), packet_size, to);
-            } else if (from != to) {
-                std::swap_ranges(from, from + packet_size, to);
-            }
-        }
-    }
-    if (random() % 3 == 0) {
-        bytes.resize(packet_size * 10 + static_cast<std::size_t>(any(bytes.size() - packet_size * 10)));
-    }
-}
-
 /// Copies a file to where it outlives the test.
 std::filesystem::path keep_for_inspection(const std::filesystem::path& file, int round) {
     auto kept = std::filesystem::temp_directory_path() /
@@ -322,7 +277,7 @@ TEST_P(DamagedStreams, PlayBothWaysSeekPauseAndStopWithoutHarm) {
     EngineUnderTest engine{library};
     for (int round = 0; round < rounds; ++round) {
         Bytes bytes = read_bytes(make_stream(recipes[random() % recipes.size()]));
-        damage(bytes, random);
+        damage(bytes, random, 1);
         const auto file = scratch.write("damaged.ts", bytes);
         SCOPED_TRACE("round " + std::to_string(round));
 
