@@ -150,7 +150,9 @@ void UdpReceiver::note_losses() {
         log_incident("live", "kernel drops",
                      std::to_string(dropped - before) + " datagrams found no room in the receive buffer");
     }
-    const std::uint64_t lost = unpacker_.lost();
+    // What the system drops is missing in the sequence of RTP too.
+    const std::uint64_t missing = unpacker_.lost();
+    const std::uint64_t lost = std::max(lost_.load(), missing - std::min(missing, dropped));
     if (const auto before = lost_.exchange(lost); before != lost) {
         log_incident("live", "RTP loss", std::to_string(lost - before) + " RTP packets lost in the network");
     }

@@ -18,6 +18,7 @@
 #include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 namespace velmora {
 namespace {
@@ -119,6 +120,33 @@ TEST_F(UdpReceiverTest, CountsRtpLossExactly) {
     ASSERT_TRUE(collector.wait_for(truth.bytes));
     EXPECT_EQ(receiver->facts().lost_in_network, truth.lost);
     EXPECT_EQ(receiver->facts().bytes, truth.bytes);
+}
+
+TEST_F(UdpReceiverTest, WhatFindsNoRoomIsToldApartFromLossInTheNetwork) {
+    constexpr std::size_t few = 70; // packets
+    constexpr std::size_t more_than_any_buffer = 56'000;
+    std::latch stands_still{1};
+    std::latch goes_on{1};
+    bool is_first = true; // of the receiver's thread
+    const auto receiver =
+        receive({.protocol = Protocol_RTPUDP, .port = port}, [&](const SharedBlock& /*block*/) {
+            if (std::exchange(is_first, false)) {
+                stands_still.count_down();
+                goes_on.wait();
+            }
+        });
+    SendRecipe how = rtp_recipe();
+    how.on_progress = [&](std::size_t bytes) {
+        if (bytes == few * ts_packet_size) {
+            stands_still.wait();
+        } else if (bytes == more_than_any_buffer * ts_packet_size) {
+            goes_on.count_down();
+        }
+    };
+    // The system tells what it dropped with what it has room for behind it.
+    send(numbered_packets(more_than_any_buffer + 7000), how);
+    EXPECT_TRUE(eventually([&] { return receiver->facts().dropped_by_kernel > 0; }));
+    EXPECT_EQ(receiver->facts().lost_in_network, 0U);
 }
 
 TEST_F(UdpReceiverTest, ALostPacketHoldsUpALowRateForAMomentOnly) {
