@@ -13,8 +13,8 @@ namespace velmora {
 
 namespace {
 
-/// Pictures follow each other by more; the video clock of RTP has 90 kHz.
-constexpr std::int64_t least_interval = 90 * 4;
+/// Pictures follow each other by more than these 4 ms; the video clock of RTP has 90 kHz.
+constexpr std::int64_t least_interval = 360;
 
 std::span<const std::uint8_t> bytes_of(const AVPacket& packet) {
     return {packet.data, static_cast<std::size_t>(packet.size)};
