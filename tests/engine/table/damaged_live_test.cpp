@@ -42,9 +42,7 @@ LossyWire::Fate any_fate(std::mt19937::result_type seed) {
 class DamagedLiveStreams : public testing::TestWithParam<unsigned> {
 protected:
     DamagedLiveStreams() {
-        record_setup_t record{};
-        std::strncpy(record.directory_path, scratch_.path().c_str(), sizeof record.directory_path - 1);
-        engine_.table().Velmora_set_record_param(engine_.handle(), record);
+        engine_.table().Velmora_set_record_param(engine_.handle(), record_setup(scratch_.path()));
         data_setup_t data{};
         data.is_save_by_file = 1;
         data.file_name = data_file_.data();

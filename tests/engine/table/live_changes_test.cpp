@@ -75,9 +75,7 @@ protected:
         }
         stream_.insert(stream_.end(), other.begin(), other.end());
 
-        record_setup_t setup{};
-        std::strncpy(setup.directory_path, scratch_.path().c_str(), sizeof setup.directory_path - 1);
-        engine_.table().Velmora_set_record_param(engine_.handle(), setup);
+        engine_.table().Velmora_set_record_param(engine_.handle(), record_setup(scratch_.path()));
     }
 
     /// The numbers of the pictures that were shown.

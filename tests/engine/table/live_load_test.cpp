@@ -87,9 +87,7 @@ protected:
     }
 
     void expect_recorded_whole(const Bytes& stream, int seconds) {
-        record_setup_t setup{};
-        std::strncpy(setup.directory_path, scratch_.path().c_str(), sizeof setup.directory_path - 1);
-        engine_.table().Velmora_set_record_param(engine_.handle(), setup);
+        engine_.table().Velmora_set_record_param(engine_.handle(), record_setup(scratch_.path()));
         watch(stream, {}, seconds, view_mask | record_mask);
         const auto expected = std::span{stream}.subspan(first_video_packet(stream));
         const std::size_t size = 2 * packet_size + expected.size();

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstring>
 #include <fstream>
 #include <iterator>
 
@@ -17,9 +16,8 @@ using namespace std::chrono_literals;
 constexpr int view_mask = 1 << STREAMING_BIT;
 constexpr int record_mask = 1 << RECORD_BIT;
 
-record_setup_t record_setup(const std::filesystem::path& folder) {
-    record_setup_t setup{};
-    std::strncpy(setup.directory_path, folder.c_str(), sizeof setup.directory_path - 1);
+record_setup_t indexed_record_setup(const std::filesystem::path& folder) {
+    record_setup_t setup = record_setup(folder);
     setup.is_trick_mode = 1;
     return setup;
 }
@@ -27,7 +25,7 @@ record_setup_t record_setup(const std::filesystem::path& folder) {
 class LiveRecording : public testing::Test {
 protected:
     void SetUp() override {
-        engine_.table().Velmora_set_record_param(engine_.handle(), record_setup(scratch_.path()));
+        engine_.table().Velmora_set_record_param(engine_.handle(), indexed_record_setup(scratch_.path()));
     }
 
     SendRecipe to_port(bool loops) const {
@@ -140,18 +138,19 @@ TEST_F(LiveRecording, GoesOnWhileTheViewIsStoppedAndStartedAgain) {
 }
 
 TEST_F(LiveRecording, WithoutADirectoryNothingIsRecordedAndTheViewGoesOn) {
-    engine_.table().Velmora_set_record_param(engine_.handle(), record_setup(scratch_.path() / "missing"));
+    engine_.table().Velmora_set_record_param(engine_.handle(),
+                                             indexed_record_setup(scratch_.path() / "missing"));
     EXPECT_EQ(view(engine_, live_setup(port_), view_mask | record_mask), 0);
     EXPECT_EQ(engine_.info().action_bit, view_mask);
     const StreamSender sender{stream_bytes(small_live_stream()), to_port(true)};
     EXPECT_TRUE(engine_.wait_for_pictures(10));
     EXPECT_NE(engine_.table().Velmora_start(engine_.handle(), record_mask), 0);
-    engine_.table().Velmora_set_record_param(engine_.handle(), record_setup(scratch_.path()));
+    engine_.table().Velmora_set_record_param(engine_.handle(), indexed_record_setup(scratch_.path()));
     EXPECT_EQ(engine_.table().Velmora_start(engine_.handle(), record_mask), 0) << "it can be tried again";
 }
 
 TEST_F(LiveRecording, ACyclicOneKeepsTheLatestSecondsInFilesThatPlay) {
-    record_setup_t setup = record_setup(scratch_.path());
+    record_setup_t setup = indexed_record_setup(scratch_.path());
     setup.is_cyclic = 1;
     setup.cyclic_time_sec = 2;
     engine_.table().Velmora_set_record_param(engine_.handle(), setup);

@@ -28,9 +28,7 @@ struct Transport {
 class LiveRtsp : public testing::TestWithParam<Transport> {
 protected:
     LiveRtsp() {
-        record_setup_t record{};
-        std::strncpy(record.directory_path, scratch_.path().c_str(), sizeof record.directory_path - 1);
-        engine_.table().Velmora_set_record_param(engine_.handle(), record);
+        engine_.table().Velmora_set_record_param(engine_.handle(), record_setup(scratch_.path()));
         serve(0);
         std::string url = server_->url();
         streaming_setup_t setup = live_setup(0, GetParam().protocol);

@@ -22,9 +22,7 @@ constexpr int record_mask = 1 << RECORD_BIT;
 class LiveSlowDisk : public testing::Test {
 protected:
     void SetUp() override {
-        record_setup_t setup{};
-        std::strncpy(setup.directory_path, scratch_.path().c_str(), sizeof setup.directory_path - 1);
-        engine_.table().Velmora_set_record_param(engine_.handle(), setup);
+        engine_.table().Velmora_set_record_param(engine_.handle(), record_setup(scratch_.path()));
         SendRecipe recipe;
         recipe.target.port = free_udp_port();
         recipe.loops = true;

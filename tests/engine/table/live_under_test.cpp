@@ -1,5 +1,6 @@
 #include "live_under_test.h"
 
+#include <cstring>
 #include <fstream>
 #include <iterator>
 
@@ -28,6 +29,12 @@ streaming_setup_t live_setup(std::uint16_t port, PROTOCOL protocol) {
     streaming_setup_t setup{};
     setup.port = port;
     setup.protocol = protocol;
+    return setup;
+}
+
+record_setup_t record_setup(const std::filesystem::path& folder) {
+    record_setup_t setup{};
+    std::strncpy(setup.directory_path, folder.c_str(), sizeof setup.directory_path - 1);
     return setup;
 }
 

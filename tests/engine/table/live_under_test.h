@@ -7,6 +7,7 @@
 #include "support/udp_port.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <vector>
 
 /// Bytes of a stream made by the recipe.
@@ -20,6 +21,9 @@ SendRecipe send_to(std::uint16_t port);
 
 /// Reception from a port of the loopback.
 streaming_setup_t live_setup(std::uint16_t port, PROTOCOL protocol = Protocol_UDPTS);
+
+/// Recording into a folder, without an index beside it.
+record_setup_t record_setup(const std::filesystem::path& folder);
 
 /// Sets the source and starts to view it.
 /// @return the result of Velmora_start
