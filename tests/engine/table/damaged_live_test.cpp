@@ -2,11 +2,11 @@
 #include "live_under_test.h"
 #include "scratch_files.h"
 #include "stream_damage.h"
+#include "support/data_stream.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstring>
 #include <filesystem>
 #include <memory>
 #include <random>
@@ -87,6 +87,9 @@ TEST_P(DamagedLiveStreams, AreReceivedAndRecordedWithoutHarm) {
         Bytes bytes;
         for (int stream = 0; stream < streams_in_each; ++stream) {
             Bytes next = stream_bytes(recipes[random() % recipes.size()]);
+            if (random() % 2 == 0) {
+                next = with_data(next, static_cast<DataCarriage>(random() % 3)).stream;
+            }
             damage(next, random, packet_size);
             bytes.insert(bytes.end(), next.begin(), next.end());
         }

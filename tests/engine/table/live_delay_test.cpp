@@ -11,7 +11,6 @@
 #include <optional>
 #include <thread>
 #include <utility>
-#include <vector>
 
 namespace {
 

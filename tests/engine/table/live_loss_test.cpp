@@ -185,7 +185,7 @@ constexpr auto one_of = [](std::uint64_t count) {
 
 INSTANTIATE_TEST_SUITE_P(
     All, LiveLoss,
-    testing::Values(Loss{.name = "OneOfAThousand", .takes = one_of(400)},
+    testing::Values(Loss{.name = "OneOfAThousand", .takes = one_of(1000)},
                     Loss{.name = "OneOfAHundred", .takes = one_of(100)},
                     Loss{.name = "OneOfTwenty", .takes = one_of(20)},
                     Loss{.name = "FiftyAtOnce",

@@ -53,6 +53,7 @@ void damage(Bytes& bytes, std::mt19937& random, std::size_t piece) {
         }
     }
     if (random() % 3 == 0) {
-        bytes.resize(packet_size * 10 + static_cast<std::size_t>(any(bytes.size() - packet_size * 10)));
+        bytes.resize(packet_size * 10 +
+                     static_cast<std::size_t>(whole(any(bytes.size() - packet_size * 10))));
     }
 }
