@@ -26,9 +26,6 @@ constexpr int most_threads = 4;
 constexpr int large_picture = 1280 * 720;
 constexpr Ticks long_way = std::chrono::milliseconds{300};
 constexpr int hurrying_threads = 2;
-/// Pictures on which the effort of decoding one rests: fewer may be key pictures for the most part.
-constexpr int least_measured = 25;
-constexpr int most_measured = 100;
 
 /// Of the calling thread.
 DecodingLoad::Cost processor_time() {
@@ -286,16 +283,11 @@ void VideoDecoder::decode_packet(std::span<const std::uint8_t> unit, const Sink&
     send(packet_.get(), sink);
     const auto cost = processor_time() - begin;
     if (is_own_work && context_->skip_frame == AVDISCARD_DEFAULT) {
-        measured_ = std::min(measured_ + 1, most_measured);
-        effort_ += (cost - effort_) / measured_;
+        effort_.add(cost);
     }
     if (load_) {
         load_->add(unit.size(), is_own_work ? std::optional{cost} : std::nullopt);
     }
-}
-
-std::chrono::duration<double> VideoDecoder::effort() const {
-    return measured_ < least_measured ? std::chrono::duration<double>::zero() : effort_;
 }
 
 bool VideoDecoder::has_threads(int threads, int thread_type) const {

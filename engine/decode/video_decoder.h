@@ -1,6 +1,7 @@
 // Turns the PES packets of a video stream into pictures.
 #pragma once
 
+#include "decode/decoding_effort.h"
 #include "decode/decoding_load.h"
 #include "decode/picture_class.h"
 #include "media/av_handles.h"
@@ -51,8 +52,8 @@ public:
     void set_skip(AVDiscard skip);
     /// What the stream's latest pictures are made of.
     const PictureClassShares& shares() const { return shares_; }
-    /// Processor time that one of its latest pictures took, about; 0 when that is not known.
-    std::chrono::duration<double> effort() const;
+    /// What its latest pictures took that were decoded without threads of its own.
+    const DecodingEffort& effort() const { return effort_; }
     /// Decodes the next unit, an access point, twice: its picture goes to `preview` at once, without waiting
     /// for the units that precede it in display order, and comes out in order later. Once, where it would not
     /// come out at once anyway.
@@ -102,8 +103,7 @@ private:
     int usual_threads_{1};
     std::optional<DecodingLoad> load_; ///< of a stream that is live
     PictureClassShares shares_;
-    std::chrono::duration<double> effort_{0};
-    int measured_{0}; ///< pictures on which that rests
+    DecodingEffort effort_;
     AVDiscard skip_{AVDISCARD_DEFAULT};
     std::optional<AVDiscard> skip_from_key_;
 };

@@ -10,6 +10,13 @@
 
 namespace velmora {
 
+namespace {
+
+/// Pictures on which the effort of decoding one rests in a plan.
+constexpr std::size_t least_measured = 25;
+
+} // namespace
+
 bool FilePlayer::seek_if_wanted() {
     std::optional<Position> wanted;
     {
@@ -167,7 +174,7 @@ void FilePlayer::begin_other(Position from, const Tempo& tempo) {
         other_ = std::make_unique<KeyRun>(source_, *points_, make_outlet(), direction, from);
     } else {
         const ReverseStream stream{forward_->feed().units().unit_duration(), held_bytes(),
-                                   forward_->video().shares(), forward_->video().effort()};
+                                   forward_->video().shares(), forward_->video().effort(least_measured)};
         auto reverse =
             std::make_unique<ReverseRun>(source_, *points_, make_outlet(), stream, from, [this] { wake(); });
         if (tempo.speed == PLAYER_SPD_NORMAL) {

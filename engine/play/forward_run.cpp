@@ -17,8 +17,12 @@ constexpr std::size_t most_waiting_for_sound = std::size_t{4} << 20U;
 /// How far to look for something playable, bytes.
 constexpr std::uint64_t longest_search = std::uint64_t{32} << 20U;
 constexpr int most_steps_back = 3;
-/// Real time behind the clock at which decoding goes on further ahead.
+/// Real time behind the clock at which decoding goes on further ahead, and where decoding is light.
 constexpr std::chrono::duration<double> lost_picture = 800ms;
+constexpr std::chrono::duration<double> lost_light_picture = 2s;
+/// Part of the time that decoding may take to be light.
+constexpr double light_load = 0.2;
+constexpr std::size_t least_measured = 5; ///< pictures
 
 } // namespace
 
@@ -196,7 +200,7 @@ void ForwardRun::keep_up(Position position) {
     const bool is_ahead_of_screen = outlet_.pictures->pictures.full();
     lateness_.observe(is_ahead_of_screen ? SteadyClock::duration::zero() : behind, now);
     choose_skip();
-    if (behind > lost_picture) {
+    if (behind > lost_picture && (behind > lost_light_picture || !decoding_is_light())) {
         const Position ahead = clock.position(now);
         const auto start = points_.find(ahead);
         if (start && *start && (*start)->presentation > position) {
@@ -208,6 +212,13 @@ void ForwardRun::keep_up(Position position) {
     }
 }
 
+/// Whoever decodes so fast is late because the machine stood still, and has soon caught up: leaving out would
+/// save nothing.
+bool ForwardRun::decoding_is_light() const {
+    const DecodingEffort::Seconds effort = video_.effort(least_measured);
+    return effort.count() > 0.0 && effort * magnitude_ < light_load * feed_.units().unit_duration();
+}
+
 void ForwardRun::set_skip(AVDiscard skip) {
     if (skip != skip_) {
         skip_ = skip;
@@ -217,7 +228,8 @@ void ForwardRun::set_skip(AVDiscard skip) {
 
 void ForwardRun::choose_skip() {
     const AVDiscard planned = video_.shares().skip_for(magnitude_);
-    set_skip(std::max(planned, lateness_.skip()));
+    const bool leaving_out_helps = lateness_.is_late() && !decoding_is_light();
+    set_skip(leaving_out_helps ? std::max(planned, lateness_.skip()) : planned);
     video_.set_deinterlacing(!lateness_.is_late());
     spacing_.set(magnitude_, feed_.units().unit_duration());
 }

@@ -64,6 +64,7 @@ private:
     bool offer_pictures();
     bool offer_sounds();
     void keep_up(Position position);
+    bool decoding_is_light() const;
     void set_skip(AVDiscard skip);
     void choose_skip();
     bool wants_sound() const;

@@ -22,30 +22,19 @@ void StreamMeter::add(Position decode, std::uint64_t offset) {
     while (decode - window_.front().decode > window_length) {
         window_.pop_front();
     }
+    measure();
 }
 
-double StreamMeter::seconds() const {
-    if (window_.empty()) {
-        return 0.0;
-    }
-    return std::chrono::duration<double>{window_.back().decode - window_.front().decode}.count();
-}
-
-std::int32_t StreamMeter::units_per_second() const {
-    const double length = seconds();
+void StreamMeter::measure() {
+    const double length =
+        std::chrono::duration<double>{window_.back().decode - window_.front().decode}.count();
     if (length < shortest_window) {
-        return 0;
-    }
-    return static_cast<std::int32_t>(std::lround(static_cast<double>(window_.size() - 1) / length));
-}
-
-std::int32_t StreamMeter::kilobits_per_second() const {
-    const double length = seconds();
-    if (length < shortest_window) {
-        return 0;
+        return;
     }
     const auto bytes = static_cast<double>(window_.back().offset - window_.front().offset);
-    return static_cast<std::int32_t>(std::lround(bytes * 8.0 / 1000.0 / length));
+    units_per_second_ =
+        static_cast<std::int32_t>(std::lround(static_cast<double>(window_.size() - 1) / length));
+    kilobits_per_second_ = static_cast<std::int32_t>(std::lround(bytes * 8.0 / 1000.0 / length));
 }
 
 } // namespace velmora

@@ -6,7 +6,7 @@
 #include "media/picture.h"
 #include "tracks/media_units.h"
 
-#include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -51,9 +51,9 @@ public:
     AVCodecID codec() const { return decoder_ ? decoder_->codec_id() : AV_CODEC_ID_NONE; }
     /// What the stream's latest pictures are made of.
     PictureClassShares shares() const { return decoder_ ? decoder_->shares() : PictureClassShares{}; }
-    /// See VideoDecoder::effort.
-    std::chrono::duration<double> effort() const {
-        return decoder_ ? decoder_->effort() : std::chrono::duration<double>::zero();
+    /// See DecodingEffort::per_picture.
+    DecodingEffort::Seconds effort(std::size_t least_pictures) const {
+        return decoder_ ? decoder_->effort().per_picture(least_pictures) : DecodingEffort::Seconds::zero();
     }
     /// Pictures decoded since this was last asked.
     std::uint64_t take_decoded() { return std::exchange(decoded_, 0); }
