@@ -9,7 +9,7 @@ namespace velmora {
 namespace {
 
 constexpr std::size_t most_pictures = 100;
-/// A picture costs no more than so many usual ones; key pictures are below that.
+/// A picture counts as no more than so many usual ones: as a key picture may, but not a standstill.
 constexpr double dearest = 6.0;
 
 } // namespace

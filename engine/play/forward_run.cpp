@@ -17,10 +17,10 @@ constexpr std::size_t most_waiting_for_sound = std::size_t{4} << 20U;
 /// How far to look for something playable, bytes.
 constexpr std::uint64_t longest_search = std::uint64_t{32} << 20U;
 constexpr int most_steps_back = 3;
-/// Real time behind the clock at which decoding goes on further ahead, and where decoding is light.
+/// Real time behind the clock at which decoding goes on further ahead.
 constexpr std::chrono::duration<double> lost_picture = 800ms;
-constexpr std::chrono::duration<double> lost_light_picture = 2s;
-/// Part of the time that decoding may take to be light.
+constexpr std::chrono::duration<double> lost_light_picture = 2s; ///< where decoding is light
+/// Decoding is light that takes less of the time.
 constexpr double light_load = 0.2;
 constexpr std::size_t least_measured = 5; ///< pictures
 
