@@ -1,6 +1,7 @@
 // Directions, turning round and ends: told from the numbers of the pictures that are shown.
 #include "engine_under_test.h"
 #include "support/stream_maker.h"
+#include "support/undisturbed.h"
 
 #include <gtest/gtest.h>
 
@@ -59,23 +60,28 @@ class Reverse : public testing::TestWithParam<TrickCase> {};
 TEST_P(Reverse, ShowsEveryPictureOnceInFallingOrder) {
     const StreamRecipe& recipe = GetParam().recipe;
     EngineLibrary library;
-    EngineUnderTest engine{library};
-    ASSERT_EQ(engine.play(make_stream(recipe), PLAYER_SPD_NORMAL, PLAYER_DIR_PREVWARD), 0);
-    ASSERT_TRUE(engine.wait_for_info(is_at_start));
-    const auto shown = numbers(engine.pictures());
     const unsigned count = fps * static_cast<unsigned>(recipe.duration);
-    ASSERT_FALSE(shown.empty());
-    EXPECT_EQ(shown.front(), count - 1) << "reverse begins at the end";
-    EXPECT_EQ(shown.back(), 0U);
-    EXPECT_TRUE(std::ranges::is_sorted(shown, std::ranges::greater{}));
-    EXPECT_GE(shown.size(), count * 9 / 10) << "a busy machine may make some late";
-    const velmora_info_t info = engine.info();
-    EXPECT_EQ(info.player_info.sof, 1);
-    EXPECT_EQ(info.player_info.eof, 0);
-    EXPECT_EQ(info.player_info.second, 0);
-    EXPECT_EQ(info.player_info.direction, PLAYER_DIR_PREVWARD);
-    EXPECT_GE(info.get_strm_info.inp_dec_frame, static_cast<int>(shown.size()));
-    EXPECT_EQ(info.get_strm_info.inp_disp_frames, static_cast<int>(shown.size()));
+    expect_undisturbed([&] {
+        EngineUnderTest engine{library};
+        EXPECT_EQ(engine.play(make_stream(recipe), PLAYER_SPD_NORMAL, PLAYER_DIR_PREVWARD), 0);
+        EXPECT_TRUE(engine.wait_for_info(is_at_start));
+        const auto shown = numbers(engine.pictures());
+        if (shown.empty()) {
+            ADD_FAILURE() << "nothing was shown";
+            return true;
+        }
+        EXPECT_EQ(shown.front(), count - 1) << "reverse begins at the end";
+        EXPECT_EQ(shown.back(), 0U);
+        EXPECT_TRUE(std::ranges::is_sorted(shown, std::ranges::greater{}));
+        const velmora_info_t info = engine.info();
+        EXPECT_EQ(info.player_info.sof, 1);
+        EXPECT_EQ(info.player_info.eof, 0);
+        EXPECT_EQ(info.player_info.second, 0);
+        EXPECT_EQ(info.player_info.direction, PLAYER_DIR_PREVWARD);
+        EXPECT_GE(info.get_strm_info.inp_dec_frame, static_cast<int>(shown.size()));
+        EXPECT_EQ(info.get_strm_info.inp_disp_frames, static_cast<int>(shown.size()));
+        return shown.size() >= count * 9 / 10; // a busy machine may make some late
+    });
 }
 
 INSTANTIATE_TEST_SUITE_P(
