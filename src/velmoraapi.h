@@ -247,6 +247,16 @@ typedef struct velmora_t {
     int (*Velmora_get_tag_by_i)(velmora_handle_t handle, int index);
 } velmora_t;
 
+/** `kind` of velmora_message_t; MESSAGE_LASTING is added while the state it tells of lasts. */
+enum { MESSAGE_NONE = 0, MESSAGE_NOTICE = 1, MESSAGE_WARNING = 2, MESSAGE_ERROR = 3, MESSAGE_LASTING = 16 };
+
+/** One sentence for the user. */
+typedef struct velmora_message_t {
+    uint32_t number; /**< rises with each message; a state that lasts keeps its own and may change its text */
+    int32_t kind;    /**< MESSAGE_NONE when what was said last holds no longer */
+    char text[248];  /**< UTF-8, terminated */
+} velmora_message_t;
+
 /** Optional second table; a caller reads only the members that `size` covers. */
 typedef struct velmora_ext_t {
     /** Size of this table in bytes. */
@@ -258,6 +268,8 @@ typedef struct velmora_ext_t {
      * their own aspect that fits it; the picture shown is delivered again when the size changes.
      */
     int (*Velmora_set_display_size)(velmora_handle_t handle, int width, int height);
+    /** Copies the newest message; non-zero when there has been none. Never waits. */
+    int (*Velmora_get_message)(velmora_handle_t handle, velmora_message_t* message);
 } velmora_ext_t;
 
 #define VELMORA_AT(record, field, offset)                                                                    \
@@ -394,9 +406,15 @@ VELMORA_AT(velmora_t, Velmora_get_plbck_status, 128);
 VELMORA_AT(velmora_t, Velmora_set_event, 136);
 VELMORA_AT(velmora_t, Velmora_get_tag_by_i, 144);
 
+VELMORA_SIZE(velmora_message_t, 256);
+VELMORA_AT(velmora_message_t, number, 0);
+VELMORA_AT(velmora_message_t, kind, 4);
+VELMORA_AT(velmora_message_t, text, 8);
+
 VELMORA_AT(velmora_ext_t, size, 0);
 VELMORA_AT(velmora_ext_t, Velmora_set_volume, 8);
 VELMORA_AT(velmora_ext_t, Velmora_set_display_size, 16);
+VELMORA_AT(velmora_ext_t, Velmora_get_message, 24);
 
 #undef VELMORA_AT
 #undef VELMORA_SIZE

@@ -5,9 +5,12 @@
 #include "present/volume.h"
 #include "velmoraapi.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <exception>
 #include <string>
+#include <string_view>
 
 namespace velmora {
 namespace {
@@ -196,6 +199,48 @@ int set_display_size(velmora_handle_t handle, int width, int height) noexcept {
     });
 }
 
+/// The longest beginning of a UTF-8 text that fits, without a character cut in two.
+std::string_view fitting(std::string_view text, std::size_t room) {
+    if (text.size() <= room) {
+        return text;
+    }
+    const auto continues = [&](std::size_t at) {
+        return (static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80U;
+    };
+    while (room > 0 && continues(room)) {
+        --room;
+    }
+    return text.substr(0, room);
+}
+
+velmora_message_t record_of(const MessageBoard::Message& message) {
+    velmora_message_t record{};
+    record.number = message.number;
+    record.kind = message.severity ? static_cast<std::int32_t>(*message.severity) : MESSAGE_NONE;
+    record.kind += message.lasts ? MESSAGE_LASTING : 0;
+    const std::string_view text = fitting(message.text, sizeof record.text - 1);
+    std::memcpy(record.text, text.data(), text.size());
+    return record;
+}
+
+int get_message(velmora_handle_t handle, velmora_message_t* message) noexcept {
+    if (message == nullptr) {
+        return failure;
+    }
+    *message = velmora_message_t{};
+    if (handle == 0) {
+        return failure; // asked before there is a session, too
+    }
+    return with_session(handle, failure, [&](Session& session) {
+        const auto newest = session.message();
+        if (!newest) {
+            return failure;
+        }
+        *message = record_of(*newest);
+        return 0;
+    });
+}
+
 } // namespace
 } // namespace velmora
 
@@ -231,6 +276,7 @@ const velmora_ext_t m_velmora_ext = {
     sizeof(velmora_ext_t),
     velmora::set_volume_level,
     velmora::set_display_size,
+    velmora::get_message,
 };
 
 } // extern "C"

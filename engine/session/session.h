@@ -2,6 +2,7 @@
 #pragma once
 
 #include "data/data_outlet.h"
+#include "diagnostics/message_board.h"
 #include "live/live_channel.h"
 #include "out/stream_out.h"
 #include "play/file_player.h"
@@ -46,6 +47,8 @@ public:
     /// Position of a tag of the played file, seconds; nothing behind the last one.
     std::optional<int> tag(int index) const;
     void report(velmora_info_t& info, bool reset);
+    /// The newest message for the user; nothing when there has been none. Never waits.
+    std::optional<MessageBoard::Message> message() const { return messages_.newest(); }
 
 private:
     bool start_playback();
@@ -60,6 +63,7 @@ private:
     void give_display();
     void give_display_to(int owner);
 
+    MessageBoard messages_; ///< first: everything below may say something until it ends
     DataOutlet data_;
     Presenter presenter_;
     AudioOut audio_;

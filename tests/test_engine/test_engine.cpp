@@ -155,6 +155,16 @@ int set_display_size(velmora_handle_t handle, int width, int height) {
     return record(std::move(recorded)).other_results;
 }
 
+/// Not recorded: it is asked for several times a second.
+int get_message(velmora_handle_t /*handle*/, velmora_message_t* message) {
+    const std::lock_guard lock{state().mutex};
+    if (!state().script.message) {
+        return -1;
+    }
+    *message = *state().script.message;
+    return 0;
+}
+
 void reset() {
     const std::lock_guard lock{state().mutex};
     state().calls.clear();
@@ -237,7 +247,7 @@ const velmora_t m_velmora = {
 };
 
 extern const velmora_ext_t m_velmora_ext;
-const velmora_ext_t m_velmora_ext = {sizeof(velmora_ext_t), set_volume, set_display_size};
+const velmora_ext_t m_velmora_ext = {sizeof(velmora_ext_t), set_volume, set_display_size, get_message};
 
 extern const TestEngineControl test_engine_control;
 const TestEngineControl test_engine_control = {

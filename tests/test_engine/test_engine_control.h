@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <thread>
 #include <variant>
@@ -38,6 +39,7 @@ struct TestEngineScript {
     velmora_info_t info{};
     std::vector<int> tags;
     int version{123};
+    std::optional<velmora_message_t> message; ///< nothing: Velmora_get_message says that there is none
 };
 
 /// All operations may be called from any thread.
