@@ -11,6 +11,9 @@
 
 namespace velmora {
 
+/// A split stream comes on this one and the ports after it.
+constexpr unsigned ports_of_a_split_stream = 3;
+
 /// Why nothing can be received; what() is the end of a sentence.
 class ReceptionError : public std::runtime_error {
 public:
@@ -47,6 +50,8 @@ public:
 
     /// Never waits for the receiving thread; from any thread.
     virtual ReceptionFacts facts() const = 0;
+    /// Why nothing comes at the moment, one sentence; empty where nothing is known. From any thread.
+    virtual std::string trouble() const { return {}; }
 };
 
 /// Begins to receive; does not wait for data.

@@ -1,9 +1,9 @@
 #include "receive/udp_receiver.h"
 
 #include "diagnostics/log.h"
+#include "receive/address_text.h"
 
 #include <algorithm>
-#include <arpa/inet.h>
 #include <exception>
 #include <poll.h>
 #include <string>
@@ -30,17 +30,13 @@ DatagramUnpacker::Framing framing_of(std::int32_t protocol) {
 }
 
 std::string text_of(Sender sender) {
-    const in_addr address{.s_addr = htonl(sender.address)};
-    std::array<char, INET_ADDRSTRLEN> text{};
-    ::inet_ntop(AF_INET, &address, text.data(), text.size());
-    return std::string{text.data()} + ':' + std::to_string(sender.port);
+    return address_text(sender.address) + ':' + std::to_string(sender.port);
 }
 
 } // namespace
 
 UdpReceiver::UdpReceiver(const ReceiverSetup& setup, BlockSink sink)
     : sink_{std::move(sink)}, unpacker_{framing_of(setup.protocol)} {
-    constexpr unsigned ports_of_a_split_stream = 3;
     const bool is_split = setup.protocol == Protocol_Split;
     if (is_split) {
         order_.emplace();
@@ -104,8 +100,11 @@ void UdpReceiver::wait() const {
 
 bool UdpReceiver::read(Port& port, SteadyTime now) {
     const auto datagrams = port.socket.receive();
+    const auto wall_clock = std::chrono::system_clock::now().time_since_epoch();
     for (const Datagram& datagram : datagrams) {
-        if (!is_from_our_sender(port, datagram.sender, now)) {
+        // What waited here while this thread did not run tells nothing of the sender.
+        const auto waited = datagram.stamp > 0ns ? std::max(wall_clock - datagram.stamp, 0ns) : 0ns;
+        if (!is_from_our_sender(port, datagram.sender, now - waited)) {
             continue;
         }
         if (order_) {
@@ -117,18 +116,32 @@ bool UdpReceiver::read(Port& port, SteadyTime now) {
     return !datagrams.empty();
 }
 
-bool UdpReceiver::is_from_our_sender(Port& port, Sender sender, SteadyTime now) {
-    const SenderLock::Verdict verdict = port.lock.check(sender, now);
-    if (verdict == SenderLock::Verdict::stranger) {
-        if (port.told_stranger != sender) {
-            port.told_stranger = sender;
-            log_incident("live", "second sender", text_of(sender) + " sends to the same port and is ignored");
+bool UdpReceiver::is_from_our_sender(Port& port, Sender sender, SteadyTime arrived) {
+    const auto previous = port.lock.current();
+    auto& stranger = port.stranger;
+    switch (port.lock.check(sender, arrived)) {
+    case SenderLock::Verdict::stranger:
+        if (!stranger || stranger->sender != sender) {
+            stranger = Stranger{sender, arrived};
         }
         return false;
-    }
-    if (verdict == SenderLock::Verdict::took_over) {
+    case SenderLock::Verdict::took_over:
         unpacker_.restart();
         sender_ = sender.address;
+        stranger.reset();
+        if (previous) {
+            log_incident("live", "other sender",
+                         text_of(sender) + " sends instead of " + text_of(*previous) + ", which fell silent");
+        }
+        return true;
+    case SenderLock::Verdict::current:
+        // Both go on: the other one is no successor.
+        if (stranger && !stranger->is_reported && arrived - stranger->first > SenderLock::longest_silence) {
+            stranger->is_reported = true;
+            log_incident("live", "second sender",
+                         text_of(stranger->sender) + " sends to the same port and is ignored");
+        }
+        return true;
     }
     return true;
 }

@@ -21,10 +21,16 @@ public:
     ReceptionFacts facts() const override;
 
 private:
+    /// Sends beside the sender that is kept to.
+    struct Stranger {
+        Sender sender;
+        SteadyTime first; ///< when it was ignored first
+        bool is_reported{false};
+    };
     struct Port {
         UdpSocket socket;
         SenderLock lock{};
-        Sender told_stranger{}; ///< whom a line was written about
+        std::optional<Stranger> stranger{};
     };
 
     void run(const std::stop_token& stop);
@@ -32,7 +38,7 @@ private:
     void round();
     /// @return there may be more
     bool read(Port& port, SteadyTime now);
-    bool is_from_our_sender(Port& port, Sender sender, SteadyTime now);
+    bool is_from_our_sender(Port& port, Sender sender, SteadyTime arrived);
     void hand_on(SteadyTime now);
     void note_losses();
 

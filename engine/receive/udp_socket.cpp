@@ -1,6 +1,7 @@
 #include "receive/udp_socket.h"
 
 #include "diagnostics/log.h"
+#include "receive/address_text.h"
 #include "receive/receiver.h"
 
 #include <arpa/inet.h>
@@ -27,6 +28,25 @@ void switch_option(int socket, int level, int option, int value) {
     ::setsockopt(socket, level, option, &value, sizeof value);
 }
 
+/// @param address IPv4 in host byte order
+bool bind_to(int socket, std::uint32_t address, std::uint16_t port) {
+    sockaddr_in local{};
+    local.sin_family = AF_INET;
+    local.sin_addr.s_addr = htonl(address);
+    local.sin_port = htons(port);
+    return ::bind(socket, reinterpret_cast<const sockaddr*>(&local), sizeof local) == 0;
+}
+
+/// Others listen to groups on this port, which keeps nobody from unicast, but no one to unicast on any
+/// address.
+bool is_held_by_groups_alone(std::uint16_t port) {
+    const auto is_free = [port](std::uint32_t address) {
+        const FileDescriptor probe{::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)};
+        return bind_to(probe.get(), address, port);
+    };
+    return !is_free(INADDR_ANY) && is_free(INADDR_LOOPBACK);
+}
+
 template <class Value>
 Value read_value(const cmsghdr* control) {
     Value value{};
@@ -37,28 +57,31 @@ Value read_value(const cmsghdr* control) {
 } // namespace
 
 UdpSocket::UdpSocket(std::uint32_t group, std::uint16_t port)
-    : socket_{::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)}, group_{is_multicast(group)
-                                                                                           ? group
-                                                                                           : 0},
+    : socket_{::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)}, group_{group},
       bytes_(batch * largest_datagram) {
     if (port == 0) {
         throw ReceptionError("there is no port to receive on");
     }
-    switch_option(descriptor(), SOL_SOCKET, SO_REUSEADDR, 1);
+    if (group != 0 && !is_multicast(group)) {
+        throw ReceptionError(address_text(group) + " is no multicast group");
+    }
     switch_option(descriptor(), SOL_SOCKET, SO_RXQ_OVFL, 1);
     switch_option(descriptor(), SOL_SOCKET, SO_TIMESTAMPNS, 1);
     switch_option(descriptor(), IPPROTO_IP, IP_PKTINFO, 1);
     // Groups that others on this machine have joined are none of ours.
     switch_option(descriptor(), IPPROTO_IP, IP_MULTICAST_ALL, 0);
     ask_for_buffer(port);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(group_);
-    address.sin_port = htons(port);
-    if (::bind(descriptor(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-        throw ReceptionError("port " + std::to_string(port) +
-                             " cannot be opened: " + std::generic_category().message(errno));
+    // Who else listens to a group gets every datagram, too; a unicast port would be taken from its owner.
+    const bool is_shared = group_ != 0 || is_held_by_groups_alone(port);
+    switch_option(descriptor(), SOL_SOCKET, SO_REUSEADDR, is_shared ? 1 : 0);
+    if (!bind_to(descriptor(), group_, port)) {
+        const int reason = errno;
+        throw ReceptionError("UDP port " + std::to_string(port) +
+                             (reason == EADDRINUSE
+                                  ? " is in use by another program"
+                                  : " cannot be opened: " + std::generic_category().message(reason)));
     }
+    switch_option(descriptor(), SOL_SOCKET, SO_REUSEADDR, group_ != 0 ? 1 : 0);
     if (group_ != 0) {
         membership_.emplace(descriptor(), group_);
         membership_->refresh();

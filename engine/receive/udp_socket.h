@@ -29,9 +29,8 @@ struct Datagram {
 class UdpSocket {
 public:
     /// Binds to a port, and to the group when there is one.
-    /// @param group IPv4 in host byte order; what is no multicast address means unicast to any of this
-    /// machine's
-    /// @throws ReceptionError
+    /// @param group IPv4 in host byte order; 0 means unicast to any of this machine's addresses
+    /// @throws ReceptionError also when the group is none, or the port is another program's
     UdpSocket(std::uint32_t group, std::uint16_t port);
 
     /// The datagrams that are there, in the order of their arrival; at most `batch`. Never waits.

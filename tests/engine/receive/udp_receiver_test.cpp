@@ -348,12 +348,59 @@ TEST_F(UdpReceiverTest, APortThatCannotBeOpenedIsRefused) {
         ADD_FAILURE() << "it was opened";
     } catch (const ReceptionError& error) {
         EXPECT_EQ(std::string{error.what()},
-                  "port " + std::to_string(port) + " cannot be opened: Address already in use");
+                  "UDP port " + std::to_string(port) + " is in use by another program");
     }
     ::close(taken);
     EXPECT_THROW(receive({.protocol = Protocol_UDPTS, .port = 0}, collector.sink()), ReceptionError);
     EXPECT_THROW(receive_by(Protocol_HTTP), ReceptionError);
     EXPECT_THROW(receive_by(99), ReceptionError);
+}
+
+TEST_F(UdpReceiverTest, AUnicastPortIsNotTakenFromWhoHoldsIt) {
+    const auto first = receive_by(Protocol_UDPTS);
+    Collector of_second;
+    EXPECT_THROW(receive({.protocol = Protocol_UDPTS, .port = port}, of_second.sink()), ReceptionError);
+    // Nor by a program that would share it.
+    const int sharing = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    const int yes = 1;
+    ::setsockopt(sharing, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    EXPECT_NE(::bind(sharing, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    ::close(sharing);
+    send(stream, recipe());
+    EXPECT_TRUE(collector.wait_for(stream.size()));
+}
+
+TEST_F(UdpReceiverTest, AUnicastPortThatIsSharedAlreadyIsRefused) {
+    const int sharing = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    const int yes = 1;
+    ::setsockopt(sharing, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    ASSERT_EQ(::bind(sharing, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    EXPECT_THROW(receive_by(Protocol_UDPTS), ReceptionError);
+    ::close(sharing);
+    EXPECT_NO_THROW(receive_by(Protocol_UDPTS));
+}
+
+TEST_F(UdpReceiverTest, AGroupIsWatchedByAsManyAsWantTo) {
+    Collector of_second;
+    const auto first = receive({.protocol = Protocol_UDPTS, .group = group, .port = port}, collector.sink());
+    const auto second = receive({.protocol = Protocol_UDPTS, .group = group, .port = port}, of_second.sink());
+    send(stream, recipe(group));
+    EXPECT_TRUE(collector.wait_for(stream.size()));
+    EXPECT_TRUE(of_second.wait_for(stream.size()));
+}
+
+TEST_F(UdpReceiverTest, AnAddressThatIsNoGroupIsRefused) {
+    for (const std::uint32_t address : {0x7F000001U, 0xDFFFFFFFU, 0xF0000000U, 0xFFFFFFFFU}) {
+        EXPECT_THROW(receive({.protocol = Protocol_UDPTS, .group = address, .port = port}, collector.sink()),
+                     ReceptionError)
+            << address;
+    }
 }
 
 TEST_F(UdpReceiverTest, StopsAtOnce) {
