@@ -1,16 +1,15 @@
 // The two exported tables. Each function finds its session and hands the call on; no exception gets out.
 
+#include "boundary/message_text.h"
 #include "boundary/session_registry.h"
 #include "diagnostics/log.h"
 #include "present/volume.h"
 #include "velmoraapi.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <exception>
 #include <string>
-#include <string_view>
 
 namespace velmora {
 namespace {
@@ -199,26 +198,12 @@ int set_display_size(velmora_handle_t handle, int width, int height) noexcept {
     });
 }
 
-/// The longest beginning of a UTF-8 text that fits, without a character cut in two.
-std::string_view fitting(std::string_view text, std::size_t room) {
-    if (text.size() <= room) {
-        return text;
-    }
-    const auto continues = [&](std::size_t at) {
-        return (static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80U;
-    };
-    while (room > 0 && continues(room)) {
-        --room;
-    }
-    return text.substr(0, room);
-}
-
 velmora_message_t record_of(const MessageBoard::Message& message) {
     velmora_message_t record{};
     record.number = message.number;
     record.kind = message.severity ? static_cast<std::int32_t>(*message.severity) : MESSAGE_NONE;
     record.kind += message.lasts ? MESSAGE_LASTING : 0;
-    const std::string_view text = fitting(message.text, sizeof record.text - 1);
+    const std::string text = message_text(message.text, sizeof record.text - 1);
     std::memcpy(record.text, text.data(), text.size());
     return record;
 }

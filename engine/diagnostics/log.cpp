@@ -57,12 +57,21 @@ Limiter& limiter() {
     return instance;
 }
 
+thread_local int silences = 0;
+
+/// The part of FFmpeg that speaks: libavformat is what receives from RTSP servers.
+std::string_view component_of(const AVClass* speaker) {
+    const std::string_view name = speaker == nullptr ? "" : speaker->class_name;
+    const bool is_format = name == "AVFormatContext" || name == "URLContext" || name.ends_with("muxer");
+    return is_format ? "network" : "codec";
+}
+
 void ffmpeg_message(void* context, int level, const char* format, va_list arguments) {
-    if (level > AV_LOG_WARNING) {
+    if (level > AV_LOG_WARNING || silences > 0) {
         return;
     }
     std::array<char, 400> text{};
-    int print_prefix = 1;
+    int print_prefix = 0; // it holds an address in memory
     av_log_format_line2(context, level, format, arguments, text.data(), static_cast<int>(text.size()),
                         &print_prefix);
     std::string_view message{text.data()};
@@ -70,7 +79,8 @@ void ffmpeg_message(void* context, int level, const char* format, va_list argume
         message.remove_suffix(1);
     }
     const AVClass* const av_class = context == nullptr ? nullptr : *static_cast<AVClass**>(context);
-    log_incident("codec", av_class == nullptr ? "library" : av_class->class_name, message);
+    const char* const name = av_class == nullptr ? "FFmpeg" : av_class->item_name(context);
+    log_incident(component_of(av_class), name, std::string{name}.append(": ").append(message));
 }
 
 } // namespace
@@ -84,6 +94,14 @@ void log_incident(std::string_view component, std::string_view kind, std::string
         }
     } catch (...) { // NOLINT(bugprone-empty-catch): without memory there is no line
     }
+}
+
+FfmpegSilence::FfmpegSilence() {
+    ++silences;
+}
+
+FfmpegSilence::~FfmpegSilence() {
+    --silences;
 }
 
 void capture_ffmpeg_messages() noexcept {

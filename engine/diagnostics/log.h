@@ -16,6 +16,15 @@ void log_incident(std::string_view component, std::string_view kind, std::string
 /// Sends the messages of FFmpeg's libraries through log_incident (warnings and worse). Process-wide,
 /// idempotent.
 void capture_ffmpeg_messages() noexcept;
+/// While it lives FFmpeg says nothing on this thread: the caller reports what went wrong by what it returns.
+class FfmpegSilence {
+public:
+    FfmpegSilence();
+    ~FfmpegSilence();
+    FfmpegSilence(const FfmpegSilence&) = delete;
+    FfmpegSilence& operator=(const FfmpegSilence&) = delete;
+};
+
 /// Lets FFmpeg write its messages itself again, before this code is unloaded.
 void release_ffmpeg_messages() noexcept;
 

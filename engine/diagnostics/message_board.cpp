@@ -10,7 +10,9 @@ MessageBoard::MessageBoard(std::function<Time()> now) : now_{std::move(now)} {}
 
 void MessageBoard::post(Severity severity, std::string_view component, std::string_view kind,
                         std::string text) {
-    log_incident(component, kind, text);
+    if (severity != Severity::notice) {
+        log_incident(component, kind, text);
+    }
     const std::lock_guard lock{mutex_};
     latest_ = {++last_number_, severity, false, std::move(text)};
     latest_at_ = now_();
@@ -24,7 +26,7 @@ void MessageBoard::begin(State state, Severity severity, std::string_view compon
         has_begun = !entry;
         entry = Message{entry ? entry->number : ++last_number_, severity, true, text};
     }
-    if (has_begun) {
+    if (has_begun && severity != Severity::notice && !component.empty()) {
         log_incident(component, "state " + std::to_string(static_cast<int>(state)), text);
     }
 }

@@ -46,11 +46,13 @@ public:
     /// @param now the time; called under the board's lock
     explicit MessageBoard(std::function<Time()> now = std::chrono::steady_clock::now);
 
-    /// Something happened. It goes to standard error as well.
+    /// Something happened. Unless it is what was asked for, a notice, it goes to standard error as well.
     /// @param component, kind as of log_incident
     /// @param text UTF-8, one sentence for the user
     void post(Severity severity, std::string_view component, std::string_view kind, std::string text);
-    /// The state begins, which goes to standard error as well; where it lasts already, only its text is new.
+    /// The state begins, which goes to standard error in the same way; where it lasts already, only its text
+    /// is new.
+    /// @param component of log_incident; empty where a line was written already
     void begin(State state, Severity severity, std::string_view component, std::string text);
     /// The state is over; nothing happens where it did not last.
     void end(State state);

@@ -1,6 +1,10 @@
 #include "receive/rtsp_connection.h"
 
+#include "diagnostics/log.h"
+
+#include <cerrno>
 #include <new>
+#include <string>
 #include <utility>
 
 namespace velmora {
@@ -14,6 +18,21 @@ constexpr auto closing_time = 20ms;
 /// Of a single answer; the whole connection has its own limit.
 constexpr std::chrono::microseconds answer_time = 3s;
 constexpr std::int64_t receive_buffer = 4 << 20; ///< bytes
+
+std::string refusal(int error) {
+    switch (error) {
+    case AVERROR(ECONNREFUSED):
+        return "the server refuses the connection";
+    case AVERROR_HTTP_NOT_FOUND:
+        return "the server knows no such stream (404)";
+    case AVERROR_HTTP_UNAUTHORIZED:
+        return "the server asks for another user or password (401)";
+    case AVERROR(EPROTONOSUPPORT):
+        return "the server does not send in this way";
+    default:
+        return "the server cannot be used: " + error_text(error);
+    }
+}
 
 } // namespace
 
@@ -32,10 +51,13 @@ RtspConnection::RtspConnection(const std::string& url, RtspTransport transport, 
     options.set("rtsp_transport", transport == RtspTransport::tcp ? "tcp" : "udp");
     options.set("timeout", answer_time.count());
     options.set("buffer_size", receive_buffer);
-    const int error = avformat_open_input(&format, url.c_str(), av_find_input_format("rtsp"), options.get());
+    int error = 0;
+    {
+        const FfmpegSilence silence; // the error says it
+        error = avformat_open_input(&format, url.c_str(), av_find_input_format("rtsp"), options.get());
+    }
     if (error < 0) {
-        throw RtspError{is_over() ? "there is no answer" : error_text(error),
-                        error == AVERROR(EPROTONOSUPPORT)};
+        throw RtspError{is_over() ? "there is no answer" : refusal(error), error == AVERROR(EPROTONOSUPPORT)};
     }
     format_.reset(format);
 }

@@ -61,7 +61,7 @@ RtspReceiver::Outcome RtspReceiver::connect(RtspTransport transport, const std::
     try {
         const auto server = look_up_host(address_.host, [&stop] { return stop.stop_requested(); });
         if (!server) {
-            tell("rtsp host", "the host is not known");
+            report("rtsp host", "the host is not known");
             return Outcome::failed;
         }
         RtspConnection connection{address_.url, transport, stop};
@@ -69,11 +69,11 @@ RtspReceiver::Outcome RtspReceiver::connect(RtspTransport transport, const std::
         return stream(connection, stop);
     } catch (const RtspError& error) {
         if (!stop.stop_requested()) {
-            tell("rtsp connection", std::string{"cannot be received: "} + error.what());
+            report("rtsp connection", error.what());
         }
         return error.refuses_transport() ? Outcome::transport_failed : Outcome::failed;
     } catch (const std::exception& error) {
-        tell("rtsp", error.what());
+        report("rtsp", error.what());
         return Outcome::failed;
     }
 }
@@ -89,7 +89,7 @@ RtspReceiver::Outcome RtspReceiver::stream(RtspConnection& connection, const std
         }
         if (reading != RtspConnection::Reading::packet) {
             const bool is_silent = reading == RtspConnection::Reading::silence;
-            tell("rtsp end", is_silent ? "the server sends nothing" : "the server ended the connection");
+            report("rtsp end", is_silent ? "the server sends nothing" : "the server ended the connection");
             return muxer ? Outcome::streamed : (is_silent ? Outcome::transport_failed : Outcome::failed);
         }
         if (!muxer || !muxer->knows(*packet)) {
@@ -106,6 +106,10 @@ RtspReceiver::Outcome RtspReceiver::stream(RtspConnection& connection, const std
 
 void RtspReceiver::hand_on(std::vector<std::uint8_t> packets, SteadyTime now) {
     if (!packets.empty()) {
+        {
+            const std::lock_guard lock{trouble_mutex_};
+            trouble_.clear();
+        }
         bytes_ += packets.size();
         sink_(std::make_shared<const PacketBlock>(PacketBlock{.bytes = std::move(packets), .arrived = now}));
     }
@@ -116,8 +120,17 @@ void RtspReceiver::pause(std::chrono::milliseconds time, const std::stop_token& 
     pause_.wait_for(lock, stop, time, [] { return false; });
 }
 
-void RtspReceiver::tell(std::string_view kind, std::string_view what) const {
-    log_incident("live", kind, address_.shown_url + ": " + std::string{what});
+/// The line for the developer is written here, the view shows the rest.
+void RtspReceiver::report(std::string_view kind, std::string_view what) {
+    std::string text = address_.shown_url + ": " + std::string{what};
+    log_incident("live", kind, text + ", trying again");
+    const std::lock_guard lock{trouble_mutex_};
+    trouble_ = std::move(text);
+}
+
+std::string RtspReceiver::trouble() const {
+    const std::lock_guard lock{trouble_mutex_};
+    return trouble_;
 }
 
 } // namespace velmora

@@ -20,6 +20,7 @@ public:
     RtspReceiver(const ReceiverSetup& setup, BlockSink sink);
 
     ReceptionFacts facts() const override;
+    std::string trouble() const override;
 
 private:
     /// How a connection went.
@@ -34,7 +35,7 @@ private:
     Outcome stream(RtspConnection& connection, const std::stop_token& stop);
     void hand_on(std::vector<std::uint8_t> packets, SteadyTime now);
     void pause(std::chrono::milliseconds time, const std::stop_token& stop);
-    void tell(std::string_view kind, std::string_view what) const;
+    void report(std::string_view kind, std::string_view what);
 
     const RtspAddress address_;
     const RtspTransport chosen_;
@@ -44,6 +45,8 @@ private:
     std::atomic<std::uint32_t> sender_{0};
     std::atomic<std::uint64_t> bytes_{0};
     std::atomic<std::uint64_t> damaged_{0};
+    mutable std::mutex trouble_mutex_;
+    std::string trouble_; ///< since the last packet; protected by trouble_mutex_
     std::mutex pause_mutex_;
     std::condition_variable_any pause_;
     std::jthread thread_;
