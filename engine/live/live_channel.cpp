@@ -1,6 +1,8 @@
 #include "live/live_channel.h"
 
 #include "diagnostics/log.h"
+#include "receive/address_text.h"
+#include "receive/rtsp_address.h"
 
 #include <algorithm>
 #include <cstring>
@@ -22,6 +24,20 @@ std::string text_of(const char* text) {
 std::uint16_t port_of(std::int32_t port) {
     const bool is_port = port > 0 && port <= std::numeric_limits<std::uint16_t>::max();
     return is_port ? static_cast<std::uint16_t>(port) : std::uint16_t{0};
+}
+
+/// What a user knows the source by.
+std::string source_name(const ReceiverSetup& setup) {
+    const std::string port = std::to_string(setup.port);
+    switch (setup.protocol) {
+    case Protocol_RTSPUDP:
+    case Protocol_RTSPTCP:
+        return rtsp_address(setup).shown_url;
+    case Protocol_Split:
+        return "UDP ports " + port + " to " + std::to_string(setup.port + ports_of_a_split_stream - 1);
+    default:
+        return setup.group == 0 ? "UDP port " + port : "UDP " + address_text(setup.group) + ':' + port;
+    }
 }
 
 template <class Number>
@@ -63,20 +79,11 @@ void LiveChannel::set_recording(const record_setup_t& setup) {
     recording_ = std::move(recording);
 }
 
-/// @return nothing, and a line for the developer, when nothing can be received
-std::shared_ptr<Reception> LiveChannel::open_reception() {
-    std::optional<Streaming> streaming;
-    {
-        const std::lock_guard lock{mutex_};
-        streaming = streaming_;
-    }
-    if (!streaming) {
-        log_incident("live", "start", "there is no source to receive from, nothing started");
-        return nullptr;
-    }
+/// @return nothing, and a message, when nothing can be received
+std::shared_ptr<Reception> LiveChannel::open_reception(const Streaming& streaming) {
     try {
-        auto reception = std::make_shared<Reception>(streaming->receiver);
-        if (const auto& target = streaming->retransmission) {
+        auto reception = std::make_shared<Reception>(streaming.receiver);
+        if (const auto& target = streaming.retransmission) {
             auto retransmitter = std::make_shared<Retransmitter>(target->ip, target->port);
             reception->subscribe(
                 Reception::Subscriber::retransmission,
@@ -85,13 +92,24 @@ std::shared_ptr<Reception> LiveChannel::open_reception() {
         }
         return reception;
     } catch (const ReceptionError& error) {
-        log_incident("live", "start", std::string{error.what()} + ", nothing started");
+        messages_.post(MessageBoard::Severity::error, "live", "start",
+                       "Nothing can be received: " + std::string{error.what()});
         return nullptr;
     }
 }
 
+/// @return a copy, or nothing and a line for the developer
+std::optional<LiveChannel::Streaming> LiveChannel::streaming() const {
+    const std::lock_guard lock{mutex_};
+    if (!streaming_) {
+        log_incident("live", "start", "there is no source to receive from, nothing started");
+    }
+    return streaming_;
+}
+
 std::shared_ptr<LiveView> LiveChannel::start_view() {
     const std::lock_guard command{command_mutex_};
+    const auto streaming = this->streaming();
     std::shared_ptr<Reception> previous;
     std::shared_ptr<LiveView> previous_view;
     std::shared_ptr<Recorder> recorder;
@@ -103,17 +121,21 @@ std::shared_ptr<LiveView> LiveChannel::start_view() {
     }
     previous.reset(); // its port may be asked for again
     previous_view.reset();
-    auto reception = open_reception();
+    auto reception = streaming ? open_reception(*streaming) : nullptr;
     if (!reception) {
         return nullptr;
     }
-    std::chrono::milliseconds sync_delay{0};
     {
         const std::lock_guard lock{mutex_};
-        sync_delay = streaming_->sync_delay;
         reception_ = reception;
     }
-    auto view = std::make_shared<LiveView>(sync_delay, hooks_);
+    const auto trouble = [weak = std::weak_ptr{reception}] {
+        const auto open = weak.lock();
+        return open ? open->trouble() : std::string{};
+    };
+    auto view = std::make_shared<LiveView>(streaming->sync_delay,
+                                           SignalWatch::Source{source_name(streaming->receiver), trouble},
+                                           messages_, hooks_);
     reception->subscribe(
         Reception::Subscriber::view, [view](const SharedBlock& block) { view->feed(block); },
         Reception::From::now);
@@ -136,7 +158,9 @@ void LiveChannel::stop_view() {
         reception->unsubscribe(Reception::Subscriber::view);
     }
     reception.reset();
+    auto recorder = view ? take_recorder() : nullptr;
     end_reception_without_use();
+    ending_.add(std::move(recorder));
 }
 
 std::shared_ptr<LiveView> LiveChannel::view() const {
@@ -161,7 +185,8 @@ bool LiveChannel::start_recording() {
         return false;
     }
     if (!reception) {
-        reception = open_reception();
+        const auto streaming = this->streaming();
+        reception = streaming ? open_reception(*streaming) : nullptr;
         if (!reception) {
             return false;
         }
@@ -170,9 +195,10 @@ bool LiveChannel::start_recording() {
     }
     std::shared_ptr<Recorder> recorder;
     try {
-        recorder = std::make_shared<Recorder>(*setup, [] {});
+        recorder = std::make_shared<Recorder>(*setup, messages_, [] {});
     } catch (const RecordingError& error) {
-        log_incident("record", "start", std::string{error.what()} + ", nothing is recorded");
+        messages_.post(MessageBoard::Severity::error, "record", "start",
+                       "Nothing is recorded: " + std::string{error.what()});
         reception.reset();
         end_reception_without_use();
         return false;
@@ -201,6 +227,13 @@ void LiveChannel::attach_recorder(const std::shared_ptr<Recorder>& recorder) {
 
 void LiveChannel::stop_recording() {
     const std::lock_guard command{command_mutex_};
+    auto recorder = take_recorder();
+    end_reception_without_use();
+    ending_.add(std::move(recorder));
+}
+
+/// It gets nothing more.
+std::shared_ptr<Recorder> LiveChannel::take_recorder() {
     std::shared_ptr<Recorder> recorder;
     std::shared_ptr<Reception> reception;
     {
@@ -211,9 +244,7 @@ void LiveChannel::stop_recording() {
     if (recorder && reception) {
         reception->unsubscribe(Reception::Subscriber::recording);
     }
-    reception.reset();
-    end_reception_without_use();
-    ending_.add(std::move(recorder));
+    return recorder;
 }
 
 void LiveChannel::end_reception_without_use() {

@@ -21,16 +21,17 @@ namespace velmora {
 /// read never wait.
 class LiveChannel {
 public:
-    explicit LiveChannel(LiveView::Hooks hooks) : hooks_{std::move(hooks)} {}
+    LiveChannel(MessageBoard& messages, LiveView::Hooks hooks)
+        : messages_{messages}, hooks_{std::move(hooks)} {}
 
     void set_streaming(const streaming_setup_t& setup);
     void set_recording(const record_setup_t& setup);
 
-    /// Begins to receive and to view by the latest setup, instead of what was viewed; a recording goes on
-    /// with the new source.
+    /// Begins to receive and to view by the latest setup, instead of what was viewed; a recording without a
+    /// view goes on with the new source.
     /// @return the new view, or nothing when the socket could not be opened
     std::shared_ptr<LiveView> start_view();
-    /// A recording goes on.
+    /// Ends the recording of what was viewed, too.
     void stop_view();
     std::shared_ptr<LiveView> view() const;
 
@@ -59,17 +60,20 @@ private:
         std::optional<Address> retransmission;
     };
 
-    std::shared_ptr<Reception> open_reception();
+    std::optional<Streaming> streaming() const;
+    std::shared_ptr<Reception> open_reception(const Streaming& streaming);
+    std::shared_ptr<Recorder> take_recorder();
     void end_reception_without_use();
     void attach_recorder(const std::shared_ptr<Recorder>& recorder);
 
+    MessageBoard& messages_;
     const LiveView::Hooks hooks_;
     EndingRecordings ending_;
     std::mutex command_mutex_; ///< orders starts and stops
 
     mutable std::mutex mutex_; ///< held for moments only
     // Protected by mutex_:
-    std::optional<Streaming> streaming_;
+    std::optional<Streaming> streaming_; ///< of the next start
     std::optional<RecorderSetup> recording_;
     std::shared_ptr<Reception> reception_;
     std::shared_ptr<LiveView> view_;

@@ -27,6 +27,8 @@ constexpr auto sound_lead = 60ms;
 constexpr auto latest_sound = 1s;
 /// Pictures that are shown late by less are not left out.
 constexpr auto patience = 500ms;
+/// Figures of what comes no more are none: two of the seconds that they are taken over.
+constexpr auto figures_hold = 2s;
 
 bool is_access_point(const QueuedVideo& video) {
     const auto payload = std::span{video.unit.bytes}.subspan(video.unit.payload_start);
@@ -40,9 +42,11 @@ void anchor_at_origin(SharedPlayClock& clock, SteadyTime origin) {
 
 } // namespace
 
-LiveView::LiveView(std::chrono::milliseconds sync_delay, Hooks hooks)
-    : hooks_{std::move(hooks)},
-      sync_delay_{sync_delay}, sounds_{std::make_shared<SoundQueue>(sound_queue_depth)}, clock_{sync_delay} {
+LiveView::LiveView(std::chrono::milliseconds sync_delay, SignalWatch::Source source, MessageBoard& messages,
+                   Hooks hooks)
+    : hooks_{std::move(hooks)}, sync_delay_{sync_delay}, sounds_{std::make_shared<SoundQueue>(
+                                                             sound_queue_depth)},
+      clock_{sync_delay}, signal_{messages, std::move(source), SteadyClock::now()} {
     units_.hand_out_early();
     units_.set_data_sink([this](const UnitSorter::DataUnit& unit) { take_data(unit); });
     video_.decode_without_delay();
@@ -108,8 +112,14 @@ void LiveView::run(const std::stop_token& stop) {
             log_incident("live", "view", std::string{"a part of the stream was left out: "} + error.what());
             drop_to_access_point();
         }
+        watch_signal();
         std::unique_lock lock{mutex_};
-        changed_.wait(lock, stop, [this] { return std::exchange(woken_, false); });
+        const auto is_woken = [this] { return std::exchange(woken_, false); };
+        if (is_shown_) {
+            changed_.wait_for(lock, stop, SignalWatch::interval, is_woken);
+        } else {
+            changed_.wait(lock, stop, is_woken);
+        }
     }
 }
 
@@ -144,8 +154,10 @@ void LiveView::take_apart(const PacketBlock& block) {
         }
     }
     stream_offset_ += bytes.size();
+    SignalWatch::note_data(sight_, block.arrived);
     while (auto video = units_.take_video()) {
         looked_ahead_ = false;
+        last_video_ = block.arrived;
         keep(*video);
         if (is_shown_) {
             pending_bytes_ += video->unit.bytes.size();
@@ -153,6 +165,7 @@ void LiveView::take_apart(const PacketBlock& block) {
         }
     }
     while (auto sound = units_.take_sound()) {
+        last_sound_ = block.arrived;
         if (is_shown_) {
             pending_bytes_ += sound->bytes.size();
             pending_sound_.push_back({std::move(*sound), block.arrived});
@@ -226,6 +239,10 @@ void LiveView::follow_shown(bool shown) {
     }
     ++pictures_->generation;
     pictures_->pictures.clear();
+    {
+        const std::lock_guard lock{mutex_};
+        last_shown_.reset(); // it is on the screen no more, or not yet
+    }
     sounds_->clear();
     hooks_.discard_sound();
     clock_.restart();
@@ -420,6 +437,29 @@ void LiveView::update_facts() {
     if (!has_shown_) {
         baseline_.errors = counters_.errors;
     }
+    video_seen_ = last_video_;
+    sound_seen_ = last_sound_;
+}
+
+/// What stands on the screen is marked where it is not live any more.
+void LiveView::watch_signal() {
+    const SteadyTime now = SteadyClock::now();
+    if (!is_shown_) {
+        signal_.rest(now);
+        return;
+    }
+    using enum SignalWatch::Content;
+    const auto& selection = units_.selection();
+    sight_.content = !selection ? unknown : (selection->video ? video : no_video);
+    const auto per_second = units_.meter().units_per_second();
+    sight_.picture_interval = per_second > 0 ? std::chrono::nanoseconds{1s} / per_second : 0ns;
+    {
+        const std::lock_guard lock{mutex_};
+        sight_.last_picture = last_shown_;
+    }
+    signal_.look(sight_, now);
+    const std::lock_guard lock{mutex_};
+    shows_old_ = signal_.complains();
 }
 
 void LiveView::picture_shown(const Picture& picture) {
@@ -427,12 +467,25 @@ void LiveView::picture_shown(const Picture& picture) {
     facts_.picture = square_pixel_size(*picture.frame);
     counters_.shown_pictures += picture.is_preview ? 0 : 1;
     has_shown_ = true;
+    last_shown_ = SteadyClock::now();
+    if (std::exchange(shows_old_, false)) {
+        woken_ = true;
+        changed_.notify_one();
+    }
 }
 
 void LiveView::report(velmora_info_t& info) {
     const std::lock_guard lock{mutex_};
-    facts_.data_bitrate = data_meter_.kilobits_per_second(SteadyClock::now());
-    report_stream(info, facts_, counters_, baseline_);
+    const SteadyTime now = SteadyClock::now();
+    facts_.data_bitrate = data_meter_.kilobits_per_second(now);
+    StreamFacts facts = facts_;
+    if (now - video_seen_ > figures_hold) {
+        facts.frame_rate = 0;
+    }
+    if (now - sound_seen_ > figures_hold) {
+        facts.audio_bitrate = 0;
+    }
+    report_stream(info, facts, counters_, baseline_);
 }
 
 void LiveView::reset_counters() {

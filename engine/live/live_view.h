@@ -3,6 +3,7 @@
 
 #include "live/late_decoding.h"
 #include "live/live_clock.h"
+#include "live/signal_watch.h"
 #include "media/packet_block.h"
 #include "present/audio_out.h"
 #include "present/picture_source.h"
@@ -38,7 +39,9 @@ public:
     };
 
     /// @param sync_delay by which everything is shown later than it could be
-    LiveView(std::chrono::milliseconds sync_delay, Hooks hooks);
+    /// @param source what the stream comes from, for messages
+    LiveView(std::chrono::milliseconds sync_delay, SignalWatch::Source source, MessageBoard& messages,
+             Hooks hooks);
     ~LiveView();
     LiveView(const LiveView&) = delete;
     LiveView& operator=(const LiveView&) = delete;
@@ -91,6 +94,7 @@ private:
     void set_sound_clock();
     void take_data(const UnitSorter::DataUnit& unit);
     void update_facts();
+    void watch_signal();
     void picture_shown(const Picture& picture);
     void wake();
 
@@ -106,6 +110,10 @@ private:
     SoundTrack sound_;
     LiveClock clock_;
     LateDecoding late_decoding_;
+    SignalWatch signal_;
+    SignalWatch::Sight sight_; ///< but for the last picture, which the presenter notes
+    SteadyTime last_video_{};  ///< when the last unit came
+    SteadyTime last_sound_{};
     LiveClock sound_readiness_{LiveClock::Delay{0}};
     std::deque<PendingVideo> pending_video_;
     std::deque<PendingSound> pending_sound_;
@@ -128,7 +136,11 @@ private:
     bool blocks_dropped_{false};
     bool shown_wanted_{false};
     bool woken_{false};
-    bool has_shown_{false}; ///< a picture was shown: errors count from here
+    bool has_shown_{false};                ///< a picture was shown: errors count from here
+    std::optional<SteadyTime> last_shown_; ///< since the view is on the screen
+    bool shows_old_{false};                ///< the next picture ends a message
+    SteadyTime video_seen_{};              ///< last_video_ and last_sound_, for who asks for the figures
+    SteadyTime sound_seen_{};
     ArrivalMeter data_meter_;
     StreamFacts facts_;
     StreamCounters counters_;

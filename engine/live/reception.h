@@ -11,6 +11,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <string>
 
 namespace velmora {
 
@@ -33,6 +34,8 @@ public:
 
     /// Fills what a poll reads of reception.
     void report(velmora_info_t& info);
+    /// Why nothing comes at the moment; empty where nothing is known. Any thread, never waits.
+    std::string trouble() const { return receiver_->trouble(); }
 
 private:
     struct Subscription {

@@ -26,10 +26,11 @@ constexpr auto longest_wait = 200ms;
 
 class Recorder::Writer {
 public:
-    Writer(const RecorderSetup& setup, std::function<void()> on_ended)
-        : files_{setup}, limit_{setup.limit}, on_ended_{std::move(on_ended)}, tags_{std::make_unique<TagList>(
-                                                                                  files_.path())} {
+    Writer(const RecorderSetup& setup, MessageBoard& messages, std::function<void()> on_ended)
+        : files_{setup}, limit_{setup.limit}, messages_{messages}, on_ended_{std::move(on_ended)},
+          tags_{std::make_unique<TagList>(files_.path())} {
         facts_.path = files_.path();
+        messages_.post(MessageBoard::Severity::notice, "record", "begin", "Recording to " + files_.path());
         thread_ = std::jthread{[this] { run(); }};
     }
     ~Writer() { backlog_.close(); }
@@ -100,8 +101,9 @@ private:
             update_facts();
             tags_->save();
         } catch (const std::exception& error) {
-            tell_end(error);
+            note_failure(error);
         }
+        report_end();
         {
             const std::lock_guard lock{mutex_};
             is_complete_ = true;
@@ -124,13 +126,26 @@ private:
             }
             return true;
         } catch (const std::exception& error) {
-            tell_end(error);
+            note_failure(error);
             return false;
         }
     }
 
-    static void tell_end(const std::exception& error) {
-        log_incident("record", "end", std::string{error.what()} + ", the recording ended");
+    /// The first one is why it ended.
+    void note_failure(const std::exception& error) {
+        if (failure_.empty()) {
+            failure_ = error.what();
+        }
+    }
+
+    void report_end() {
+        if (failure_.empty()) {
+            messages_.post(MessageBoard::Severity::notice, "record", "end",
+                           "The recording ended: " + files_.path());
+        } else {
+            messages_.post(MessageBoard::Severity::error, "record", "failure",
+                           "The recording ended: " + failure_);
+        }
     }
 
     void write(const std::vector<SharedBlock>& blocks) {
@@ -166,7 +181,9 @@ private:
 
     RecordedFiles files_; ///< the writer's thread only, once it runs
     const std::chrono::seconds limit_;
+    MessageBoard& messages_;
     const std::function<void()> on_ended_;
+    std::string failure_; ///< the writer's thread only
     BlockBacklog backlog_{backlog_capacity, worthwhile_write};
     std::vector<std::uint8_t> bytes_; ///< the writer's thread only
     mutable std::mutex mutex_;
@@ -180,8 +197,8 @@ private:
     std::jthread thread_;
 };
 
-Recorder::Recorder(const RecorderSetup& setup, std::function<void()> on_ended)
-    : writer_{std::make_unique<Writer>(setup, std::move(on_ended))} {}
+Recorder::Recorder(const RecorderSetup& setup, MessageBoard& messages, std::function<void()> on_ended)
+    : writer_{std::make_unique<Writer>(setup, messages, std::move(on_ended))} {}
 
 Recorder::~Recorder() = default;
 

@@ -20,6 +20,17 @@ constexpr mode_t everybody_may_read = 0644;
 constexpr int most_of_a_name = 10'000;
 
 std::string error_text(int error) {
+    switch (error) {
+    case ENOSPC:
+    case EDQUOT:
+        return "the disk is full";
+    case EACCES:
+    case EPERM:
+    case EROFS:
+        return "it is not writable";
+    default:
+        break;
+    }
     return std::generic_category().message(error);
 }
 
@@ -49,7 +60,7 @@ void Recording::create(const std::string& latin1_directory, const std::string& l
     const std::string directory = is_taken_as_it_is ? latin1_directory : utf8_directory;
     const std::string name = is_taken_as_it_is ? latin1_name : latin1_to_utf8(latin1_name);
     if (!is_directory(directory)) {
-        throw RecordingError{directory + " is no directory"};
+        throw RecordingError{"there is no folder " + directory};
     }
     int number = first_number - 1;
     do {

@@ -69,6 +69,9 @@ int Session::start(int mask) {
         }
     };
     run(streaming_mask, [this] { return start_view(); });
+    if (is_started == false) {
+        mask &= ~record_mask; // there is nothing to record, which has been said
+    }
     run(playback_mask, [this] { return start_playback(); });
     run(stream_out_mask, [this] { return start_stream_out(); });
     run(record_mask, [this] { return live_.start_recording(); });

@@ -67,7 +67,8 @@ private:
     DataOutlet data_;
     Presenter presenter_;
     AudioOut audio_;
-    LiveChannel live_{{.clock_changed = [this] { presenter_.wake(); },
+    LiveChannel live_{messages_,
+                      {.clock_changed = [this] { presenter_.wake(); },
                        .discard_sound = [this] { audio_.discard(); },
                        .on_data = [this](const UnitSorter::DataUnit& unit) { data_.put(unit.bytes); }}};
 

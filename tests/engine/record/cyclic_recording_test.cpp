@@ -51,6 +51,7 @@ protected:
     }
 
     ScratchFolder scratch_;
+    MessageBoard messages_;
     std::filesystem::path folder_{[this] {
         const auto folder = scratch_.path() / "cyclic";
         std::filesystem::create_directory(folder);
@@ -63,7 +64,7 @@ protected:
 
 TEST_F(CyclicRecording, GoesOnInTheNextFileWithTablesAndTheSamePacket) {
     {
-        Recorder recorder{setup(4s), fail_on_end_};
+        Recorder recorder{setup(4s), messages_, fail_on_end_};
         feed(recorder, stream_, 0, 7 * step_);
     }
     ASSERT_EQ(left(), (std::set<std::string>{"a.ts", "a.ts.idx", "a_2.ts", "a_2.ts.idx"}));
@@ -90,7 +91,7 @@ TEST_F(CyclicRecording, GoesOnInTheNextFileWithTablesAndTheSamePacket) {
 
 TEST_F(CyclicRecording, KeepsTheLatestAndNothingElse) {
     {
-        Recorder recorder{setup(2s), fail_on_end_};
+        Recorder recorder{setup(2s), messages_, fail_on_end_};
         feed_in_steps(recorder, 0, 5 * step_);
         recorder.mark();
         feed_in_steps(recorder, 5 * step_, stream_.size());
@@ -112,7 +113,7 @@ TEST_F(CyclicRecording, KeepsTheLatestAndNothingElse) {
 }
 
 TEST_F(CyclicRecording, TellsAndMarksTheFileThatIsWritten) {
-    Recorder recorder{setup(4s), fail_on_end_};
+    Recorder recorder{setup(4s), messages_, fail_on_end_};
     feed_in_steps(recorder, 0, 6 * step_);
     ASSERT_TRUE(eventually([&] { return recorder.facts().path == file("a_2.ts"); }));
     ASSERT_TRUE(eventually([&] { return recorder.facts().length >= 1s; }));
@@ -130,7 +131,7 @@ TEST_F(CyclicRecording, AStreamWithoutAccessPointsIsCutLater) {
         std::ranges::copy(Bytes{0x47, 0x1F, 0xFF, 0x10}, nulls.begin() + static_cast<std::ptrdiff_t>(at));
     }
     {
-        Recorder recorder{setup(2s), fail_on_end_};
+        Recorder recorder{setup(2s), messages_, fail_on_end_};
         const auto now = SteadyClock::now();
         for (int second = 0; second < 30; ++second) {
             recorder.feed(
@@ -147,7 +148,7 @@ TEST_F(CyclicRecording, AStreamWithoutAccessPointsIsCutLater) {
 
 TEST_F(CyclicRecording, EndsWhereTheNextFileCannotBeCreated) {
     std::atomic<int> ends{0};
-    Recorder recorder{setup(4s), [&] { ++ends; }};
+    Recorder recorder{setup(4s), messages_, [&] { ++ends; }};
     feed_in_steps(recorder, 0, 2 * step_);
     const auto moved = scratch_.path() / "moved";
     std::filesystem::rename(folder_, moved);
@@ -163,7 +164,7 @@ TEST_F(CyclicRecording, ItsLimitCountsWhatIsDeletedToo) {
     RecorderSetup limited = setup(2s);
     limited.limit = 7s;
     std::atomic<int> ends{0};
-    Recorder recorder{limited, [&] { ++ends; }};
+    Recorder recorder{limited, messages_, [&] { ++ends; }};
     feed_in_steps(recorder, 0, stream_.size());
     EXPECT_TRUE(eventually([&] { return ends == 1; }));
     EXPECT_EQ(recorder.facts().path, file("a_4.ts"));

@@ -35,7 +35,7 @@ protected:
         setup.latin1_directory = scratch_.path().string();
         setup.latin1_name = "a.ts";
         setup.writes_index = true;
-        recorder_ = std::make_unique<Recorder>(setup, [] { ADD_FAILURE() << "ended by itself"; });
+        recorder_ = std::make_unique<Recorder>(setup, messages_, [] { ADD_FAILURE() << "ended by itself"; });
     }
 
     /// Records up to this share of the stream and waits until the file holds it.
@@ -63,6 +63,7 @@ protected:
     std::filesystem::path file_ = scratch_.path() / "a.ts";
     Bytes stream_ = read_bytes(make_stream(ten_seconds()));
     std::size_t recorded_{0}; ///< bytes
+    MessageBoard messages_;
     std::unique_ptr<Recorder> recorder_;
     EngineLibrary library_;
     EngineUnderTest engine_{library_};
@@ -138,7 +139,8 @@ TEST(GrowingRecordingOnASmallDisk, PlaysWhatThereWasRoomForAndEnds) {
         setup.latin1_directory = scratch.path().string();
         setup.latin1_name = "a.ts";
         std::atomic<bool> ended{false};
-        Recorder recorder{setup, [&] { ended = true; }};
+        MessageBoard messages;
+        Recorder recorder{setup, messages, [&] { ended = true; }};
         const std::size_t first_part = stream.size() / 4 / 188 * 188;
         feed(recorder, stream, 0, first_part);
         ASSERT_TRUE(eventually([&] { return recorder.facts().bytes == first_part; }));

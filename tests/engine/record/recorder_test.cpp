@@ -33,6 +33,7 @@ protected:
     std::filesystem::path file(const std::string& name) const { return scratch_.path() / name; }
 
     ScratchFolder scratch_;
+    MessageBoard messages_;
     Bytes stream_ = read_bytes(make_stream(ten_seconds()));
     std::size_t step_ = stream_.size() / 20 / 188 * 188; ///< about half a second
     std::function<void()> fail_on_end_ = [] { ADD_FAILURE() << "ended by itself"; };
@@ -40,7 +41,7 @@ protected:
 
 TEST_F(RecorderTest, WritesWhatArrivedAndTellsIt) {
     {
-        Recorder recorder{setup("a.ts"), fail_on_end_};
+        Recorder recorder{setup("a.ts"), messages_, fail_on_end_};
         EXPECT_TRUE(recorder.is_running());
         EXPECT_EQ(recorder.facts().path, file("a.ts").string());
         feed(recorder, stream_);
@@ -53,7 +54,7 @@ TEST_F(RecorderTest, WritesWhatArrivedAndTellsIt) {
 
 TEST_F(RecorderTest, WritesWhatWaitsBeforeItCloses) {
     {
-        Recorder recorder{setup("a.ts"), fail_on_end_};
+        Recorder recorder{setup("a.ts"), messages_, fail_on_end_};
         feed(recorder, stream_);
     }
     EXPECT_EQ(read_bytes(file("a.ts")), stream_);
@@ -61,7 +62,7 @@ TEST_F(RecorderTest, WritesWhatWaitsBeforeItCloses) {
 
 TEST_F(RecorderTest, LeavesTheIndexOfAScan) {
     {
-        Recorder recorder{setup("a.ts"), fail_on_end_};
+        Recorder recorder{setup("a.ts"), messages_, fail_on_end_};
         feed(recorder, stream_);
     }
     const auto index = load_sidecar(open(file("a.ts")));
@@ -78,14 +79,14 @@ TEST_F(RecorderTest, LeavesNoIndexUnasked) {
     RecorderSetup plain = setup("a.ts");
     plain.writes_index = false;
     scratch_.write("a.ts.idx", Bytes(100, 'x'));
-    { const Recorder recorder{plain, fail_on_end_}; }
+    { const Recorder recorder{plain, messages_, fail_on_end_}; }
     EXPECT_FALSE(std::filesystem::exists(file("a.ts.idx"))) << "of a file that is gone";
 }
 
 TEST_F(RecorderTest, NamesFilesByTheTimeAndNeverTouchesAnother) {
-    const Recorder first{setup(), fail_on_end_};
-    const Recorder second{setup(), fail_on_end_};
-    const Recorder third{setup(), fail_on_end_};
+    const Recorder first{setup(), messages_, fail_on_end_};
+    const Recorder second{setup(), messages_, fail_on_end_};
+    const Recorder third{setup(), messages_, fail_on_end_};
     std::set<std::string> paths;
     for (const Recorder* const recorder : {&first, &second, &third}) {
         const std::filesystem::path path = recorder->facts().path;
@@ -98,8 +99,8 @@ TEST_F(RecorderTest, NamesFilesByTheTimeAndNeverTouchesAnother) {
     }
     EXPECT_EQ(paths.size(), 3U);
     scratch_.write("b.ts", {1, 2, 3});
-    const Recorder named{setup("b.ts"), fail_on_end_};
-    const Recorder again{setup("b.ts"), fail_on_end_};
+    const Recorder named{setup("b.ts"), messages_, fail_on_end_};
+    const Recorder again{setup("b.ts"), messages_, fail_on_end_};
     EXPECT_EQ(named.facts().path, file("b_2.ts").string());
     EXPECT_EQ(again.facts().path, file("b_3.ts").string());
     EXPECT_EQ(read_bytes(file("b.ts")), (Bytes{1, 2, 3}));
@@ -112,7 +113,7 @@ TEST_F(RecorderTest, FindsDirectoriesThatAreNamedInLatin1OrUtf8) {
         latin1.latin1_directory = file("\xE4").string();
         std::string path;
         {
-            Recorder recorder{latin1, fail_on_end_};
+            Recorder recorder{latin1, messages_, fail_on_end_};
             feed(recorder, stream_);
             path = recorder.facts().path;
         }
@@ -124,7 +125,7 @@ TEST_F(RecorderTest, FindsDirectoriesThatAreNamedInLatin1OrUtf8) {
 
 TEST_F(RecorderTest, MarksTheSecondRecordedLast) {
     scratch_.write("a.ts.tags", {'3', '\n'});
-    Recorder recorder{setup("a.ts"), fail_on_end_};
+    Recorder recorder{setup("a.ts"), messages_, fail_on_end_};
     recorder.mark();
     const std::size_t half = stream_.size() / 188 / 2 * 188;
     feed(recorder, stream_, 0, half);
@@ -142,7 +143,7 @@ TEST_F(RecorderTest, MarksTheSecondRecordedLast) {
 }
 
 TEST_F(RecorderTest, KeepsTheTagsThatAPlayerMarksMeanwhile) {
-    Recorder recorder{setup("a.ts"), fail_on_end_};
+    Recorder recorder{setup("a.ts"), messages_, fail_on_end_};
     TagList players{recorder.facts().path};
     players.mark(7);
     players.save();
@@ -164,7 +165,7 @@ TEST_F(RecorderTest, EndsByItselfAtItsLimit) {
     RecorderSetup limited = setup("a.ts");
     limited.limit = 4s;
     std::atomic<int> ends{0};
-    Recorder recorder{limited, [&] { ++ends; }};
+    Recorder recorder{limited, messages_, [&] { ++ends; }};
     for (std::size_t at = 0; at < stream_.size() && recorder.is_running(); at += step_) {
         feed(recorder, stream_, at, std::min(at + step_, stream_.size()));
         ASSERT_TRUE(eventually([&] { return !recorder.is_running() || recorder.facts().bytes > at; }));
@@ -184,7 +185,7 @@ TEST_F(RecorderTest, StreamsWithoutTimeAreAsLongAsTheyTookToArrive) {
     for (std::size_t at = 0; at < nulls.size(); at += 188) {
         std::ranges::copy(Bytes{0x47, 0x1F, 0xFF, 0x10}, nulls.begin() + static_cast<std::ptrdiff_t>(at));
     }
-    Recorder recorder{setup("a.ts"), fail_on_end_};
+    Recorder recorder{setup("a.ts"), messages_, fail_on_end_};
     const auto now = SteadyClock::now();
     for (const auto arrived : {now, now + 3s, now + 7s}) {
         recorder.feed(std::make_shared<const PacketBlock>(PacketBlock{nulls, arrived}));
@@ -197,7 +198,7 @@ TEST_F(RecorderTest, StartedAndStoppedAHundredTimesLosesNothingInBetween) {
         const std::size_t size = std::size_t{188} * (1 + static_cast<std::size_t>(round));
         std::string path;
         {
-            Recorder recorder{setup(), fail_on_end_};
+            Recorder recorder{setup(), messages_, fail_on_end_};
             feed(recorder, stream_, 0, size);
             path = recorder.facts().path;
         }
@@ -208,7 +209,7 @@ TEST_F(RecorderTest, StartedAndStoppedAHundredTimesLosesNothingInBetween) {
 }
 
 TEST_F(RecorderTest, CanBeScannedWhileItGrows) {
-    auto recorder = std::make_unique<Recorder>(setup("a.ts"), fail_on_end_);
+    auto recorder = std::make_unique<Recorder>(setup("a.ts"), messages_, fail_on_end_);
     const std::size_t half = stream_.size() / 188 / 2 * 188;
     feed(*recorder, stream_, 0, half);
     ASSERT_TRUE(eventually([&] { return recorder->facts().bytes == half; }));

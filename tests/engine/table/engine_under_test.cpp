@@ -80,6 +80,12 @@ velmora_info_t EngineUnderTest::info(bool reset) const {
     return info;
 }
 
+velmora_message_t EngineUnderTest::message() const {
+    velmora_message_t message{};
+    library_.extension().Velmora_get_message(handle_, &message);
+    return message;
+}
+
 void EngineUnderTest::keep_bytes(bool keep) {
     const std::lock_guard lock{mutex_};
     keep_bytes_ = keep;

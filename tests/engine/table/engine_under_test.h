@@ -70,6 +70,8 @@ public:
     void stop() { table().Velmora_stop(handle_, 1); }
     void close();
     velmora_info_t info(bool reset = false) const;
+    /// The newest message; one of number 0 when there has been none.
+    velmora_message_t message() const;
 
     void keep_bytes(bool keep);
     std::vector<ReceivedPicture> pictures() const;

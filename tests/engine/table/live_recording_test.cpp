@@ -120,19 +120,37 @@ TEST_F(LiveRecording, GoesOnInOneFileAcrossALostSource) {
     EXPECT_EQ(recorded(), file);
 }
 
-TEST_F(LiveRecording, GoesOnWhileTheViewIsStoppedAndStartedAgain) {
+TEST_F(LiveRecording, EndsWithItsViewAndIsNotBegunAgainUnasked) {
     ASSERT_EQ(view(engine_, live_setup(port_), view_mask | record_mask), 0);
     const StreamSender sender{stream_bytes(small_live_stream()), to_port(true)};
     ASSERT_TRUE(
         engine_.wait_for_info([](const velmora_info_t& info) { return info.record_info.kb_size > 20; }));
     const auto file = recorded();
     engine_.table().Velmora_stop(engine_.handle(), view_mask);
-    EXPECT_EQ(engine_.info().action_bit, record_mask);
-    const int size = engine_.info().record_info.kb_size;
-    EXPECT_TRUE(
-        engine_.wait_for_info([&](const velmora_info_t& info) { return info.record_info.kb_size > size; }));
-    ASSERT_EQ(engine_.table().Velmora_start(engine_.handle(), view_mask), 0);
+    EXPECT_EQ(engine_.info().action_bit, 0);
+    const auto size = std::filesystem::file_size(file);
     engine_.forget_pictures();
+    ASSERT_EQ(engine_.table().Velmora_start(engine_.handle(), view_mask), 0);
+    ASSERT_TRUE(engine_.wait_for_pictures(30));
+    EXPECT_EQ(engine_.info().action_bit, view_mask);
+    EXPECT_EQ(std::filesystem::file_size(file), size);
+    EXPECT_EQ(engine_.play(file), 0) << "it is complete";
+
+    engine_.table().Velmora_start(engine_.handle(), view_mask | record_mask);
+    ASSERT_TRUE(
+        engine_.wait_for_info([](const velmora_info_t& info) { return info.record_info.kb_size > 20; }));
+    EXPECT_NE(recorded(), file);
+    EXPECT_EQ(std::filesystem::file_size(file), size);
+}
+
+TEST_F(LiveRecording, BegunWithoutAViewGoesOnWhenOneIsStarted) {
+    engine_.table().Velmora_set_streaming_param(engine_.handle(), live_setup(port_));
+    ASSERT_EQ(engine_.table().Velmora_start(engine_.handle(), record_mask), 0);
+    const StreamSender sender{stream_bytes(small_live_stream()), to_port(true)};
+    ASSERT_TRUE(
+        engine_.wait_for_info([](const velmora_info_t& info) { return info.record_info.kb_size > 20; }));
+    const auto file = recorded();
+    ASSERT_EQ(engine_.table().Velmora_start(engine_.handle(), view_mask), 0);
     EXPECT_TRUE(engine_.wait_for_pictures(10));
     EXPECT_EQ(recorded(), file);
 }
