@@ -1,6 +1,7 @@
 #include "data/data_outlet.h"
 
 #include <limits>
+#include <netinet/in.h>
 #include <utility>
 
 namespace velmora {
@@ -8,7 +9,10 @@ namespace velmora {
 void DataOutlet::set(const data_setup_t& setup) {
     DataTargets targets;
     const bool is_port = setup.port > 0 && setup.port <= std::numeric_limits<std::uint16_t>::max();
-    if (setup.is_send_by_eth != 0 && setup.ip != 0 && is_port) {
+    if (setup.is_send_by_eth != 0 && setup.ip == INADDR_BROADCAST) {
+        messages_.post(MessageBoard::Severity::error, "data", "address",
+                       "Data is not sent: its target is no address");
+    } else if (setup.is_send_by_eth != 0 && setup.ip != 0 && is_port) {
         targets.address = DataTargets::Address{setup.ip, static_cast<std::uint16_t>(setup.port)};
     }
     if (setup.is_save_by_file != 0 && setup.file_name != nullptr && *setup.file_name != '\0') {

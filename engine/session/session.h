@@ -64,7 +64,7 @@ private:
     void give_display_to(int owner);
 
     MessageBoard messages_; ///< first: everything below may say something until it ends
-    DataOutlet data_;
+    DataOutlet data_{messages_};
     Presenter presenter_;
     AudioOut audio_;
     LiveChannel live_{messages_,

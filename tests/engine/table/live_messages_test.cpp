@@ -133,6 +133,15 @@ TEST_F(LiveMessages, SayThatAGroupIsNone) {
     EXPECT_TRUE(is_said(MESSAGE_ERROR, "Nothing can be received: 255.255.255.255 is no"));
 }
 
+TEST_F(LiveMessages, SayThatDataGoesToNoAddress) {
+    data_setup_t setup{};
+    setup.is_send_by_eth = 1;
+    setup.ip = 0xFFFFFFFF; // what text that is no address becomes
+    setup.port = port_;
+    engine_.table().Velmora_set_data_param(engine_.handle(), setup);
+    EXPECT_TRUE(is_said(MESSAGE_ERROR, "Data is not sent"));
+}
+
 TEST_F(LiveMessages, SayWhereARecordingBeginsAndEnds) {
     engine_.table().Velmora_set_record_param(engine_.handle(), record_setup(scratch_.path()));
     const StreamSender sender{stream_bytes(small_live_stream()), endless()};
