@@ -44,9 +44,9 @@ void anchor_at_origin(SharedPlayClock& clock, SteadyTime origin) {
 
 LiveView::LiveView(std::chrono::milliseconds sync_delay, SignalWatch::Source source, MessageBoard& messages,
                    Hooks hooks)
-    : hooks_{std::move(hooks)}, sync_delay_{sync_delay}, sounds_{std::make_shared<SoundQueue>(
-                                                             sound_queue_depth)},
-      clock_{sync_delay}, signal_{messages, std::move(source), SteadyClock::now()} {
+    : hooks_{std::move(hooks)},
+      sync_delay_{sync_delay}, sounds_{std::make_shared<SoundQueue>(sound_queue_depth)}, clock_{sync_delay},
+      slow_decoding_{messages, "live"}, signal_{messages, std::move(source), SteadyClock::now()} {
     units_.hand_out_early();
     units_.set_data_sink([this](const UnitSorter::DataUnit& unit) { take_data(unit); });
     video_.decode_without_delay();
@@ -313,6 +313,7 @@ void LiveView::keep_up(SteadyTime arrived) {
     } else {
         late_decoding_.observe(now - arrived, now);
     }
+    slow_decoding_.note(late_decoding_.leaves_out() || late_decoding_.is_lost(), now);
     video_.set_skip(late_decoding_.leaves_out() ? AVDISCARD_NONREF : AVDISCARD_DEFAULT);
     if (!late_decoding_.is_lost()) {
         return;
@@ -335,7 +336,7 @@ void LiveView::keep_up(SteadyTime arrived) {
 void LiveView::note_pictures(SteadyTime ready) {
     bool has_changed = false;
     for (const Picture& picture : video_.ready()) {
-        const auto kind = picture.frame->key_frame != 0 ? LiveClock::Kind::key : LiveClock::Kind::other;
+        const auto kind = picture.frame->key_frame != 0 ? JitterClock::Kind::key : JitterClock::Kind::other;
         has_changed = clock_.note(picture.position, ready, kind) || has_changed;
     }
     if (has_changed) {
@@ -445,9 +446,11 @@ void LiveView::update_facts() {
 void LiveView::watch_signal() {
     const SteadyTime now = SteadyClock::now();
     if (!is_shown_) {
+        slow_decoding_.withdraw();
         signal_.rest(now);
         return;
     }
+    slow_decoding_.note(false, now);
     using enum SignalWatch::Content;
     const auto& selection = units_.selection();
     sight_.content = !selection ? unknown : (selection->video ? video : no_video);

@@ -1,8 +1,9 @@
 // Shows a live stream: takes packets, decodes, offers pictures and sound as early as they can be shown.
 #pragma once
 
+#include "diagnostics/slow_decoding_report.h"
 #include "live/late_decoding.h"
-#include "live/live_clock.h"
+#include "pacing/jitter_clock.h"
 #include "live/signal_watch.h"
 #include "media/packet_block.h"
 #include "present/audio_out.h"
@@ -108,13 +109,14 @@ private:
     UnitSorter units_;
     VideoTrack video_;
     SoundTrack sound_;
-    LiveClock clock_;
+    JitterClock clock_;
     LateDecoding late_decoding_;
+    SlowDecodingReport slow_decoding_;
     SignalWatch signal_;
     SignalWatch::Sight sight_; ///< but for the last picture, which the presenter notes
     SteadyTime last_video_{};  ///< when the last unit came
     SteadyTime last_sound_{};
-    LiveClock sound_readiness_{LiveClock::Delay{0}};
+    JitterClock sound_readiness_{JitterClock::Delay{0}};
     std::deque<PendingVideo> pending_video_;
     std::deque<PendingSound> pending_sound_;
     std::size_t pending_bytes_{0};
