@@ -152,6 +152,9 @@ void LiveView::take_apart(const PacketBlock& block) {
                 parse_ts_packet(bytes.subspan(at).first<ts_packet_size>(), stream_offset_ + at)) {
             units_.feed(*packet);
         }
+        if (const auto clock = units_.take_clock()) {
+            clock_.note_promise(*clock, block.arrived);
+        }
     }
     stream_offset_ += bytes.size();
     SignalWatch::note_data(sight_, block.arrived);

@@ -1,12 +1,23 @@
 #include "tracks/unit_sorter.h"
 
+#include "ts/clock_reference.h"
+
 #include <utility>
 
 namespace velmora {
 
 void UnitSorter::feed(const TsPacket& packet) {
+    if (packet.pid == clock_pid_) {
+        take_clock_reference(packet);
+    }
     demuxer_.feed(packet);
     take_events();
+}
+
+void UnitSorter::take_clock_reference(const TsPacket& packet) {
+    if (const auto reference = clock_reference(packet)) {
+        clock_ = timeline_.map_other(*reference, std::nullopt);
+    }
 }
 
 void UnitSorter::finish() {
@@ -53,6 +64,7 @@ void UnitSorter::take_events() {
     while (auto event = demuxer_.next()) {
         if (const auto* const changed = std::get_if<StreamsChanged>(&*event)) {
             take_selection(changed->selection);
+            clock_pid_ = changed->clock_pid;
         } else {
             take_pes(std::get<DemuxedPes>(*event));
         }

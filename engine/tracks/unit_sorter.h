@@ -13,6 +13,7 @@
 #include <functional>
 #include <optional>
 #include <span>
+#include <utility>
 
 namespace velmora {
 
@@ -45,6 +46,8 @@ public:
     std::optional<QueuedSound> take_sound();
     bool has_video() const { return !video_.empty(); }
     bool has_sound() const { return !sound_.empty(); }
+    /// The position that the latest clock reference of the programme stands for, once.
+    std::optional<Position> take_clock() { return std::exchange(clock_, std::nullopt); }
     /// Bytes of the units that wait.
     std::size_t waiting_bytes() const { return waiting_bytes_; }
 
@@ -58,6 +61,7 @@ public:
     std::uint64_t data_units() const { return data_units_; }
 
 private:
+    void take_clock_reference(const TsPacket& packet);
     void take_events();
     void take_pes(DemuxedPes& event);
     void take_data(const PesPacket& pes);
@@ -67,6 +71,8 @@ private:
     StreamTimeline timeline_;
     StreamMeter meter_;
     StreamSelection current_;
+    std::optional<std::uint16_t> clock_pid_;
+    std::optional<Position> clock_;
     StreamIdentity video_stream_;
     StreamIdentity audio_stream_;
     std::deque<QueuedVideo> video_;

@@ -83,7 +83,7 @@ void Demuxer::select() {
             }
         }
     }
-    events_.emplace_back(StreamsChanged{selection});
+    events_.emplace_back(StreamsChanged{selection, chooser_.clock_pid()});
 }
 
 void Demuxer::emit(Track& track, std::optional<PesPacket> pes) {

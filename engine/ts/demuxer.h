@@ -17,6 +17,7 @@ namespace velmora {
 /// The selection changed: what follows belongs to these streams.
 struct StreamsChanged {
     StreamSelection selection;
+    std::optional<std::uint16_t> clock_pid{}; ///< where its clock references come
 };
 
 /// A PES packet of a selected stream.

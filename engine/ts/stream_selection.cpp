@@ -1,5 +1,6 @@
 #include "ts/stream_selection.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace velmora {
@@ -58,6 +59,16 @@ bool ProgrammeChooser::feed(const TsPacket& packet) {
 bool ProgrammeChooser::restart(const StreamSelection* selection) {
     tables_.restart();
     return selection != nullptr && adopt(*selection);
+}
+
+std::optional<std::uint16_t> ProgrammeChooser::clock_pid() const {
+    const auto programmes = tables_.programmes();
+    const auto selected = std::ranges::find_if(programmes, [this](const Programme& programme) {
+        return selection_ && programme.number == selection_->programme;
+    });
+    return selected != programmes.end() && selected->pcr_pid != null_packet_pid
+               ? std::optional{selected->pcr_pid}
+               : std::nullopt;
 }
 
 int ProgrammeChooser::units_seen(const std::optional<ElementaryStream>& stream) const {

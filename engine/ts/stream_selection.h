@@ -38,6 +38,8 @@ public:
     bool feed(const TsPacket& packet);
     /// Nothing while no playable programme is known.
     const std::optional<StreamSelection>& selection() const { return selection_; }
+    /// Where the clock references of the selected programme come (PCR_PID of its PMT).
+    std::optional<std::uint16_t> clock_pid() const;
     /// Drops sections in progress, before a jump in the stream.
     /// @param selection what is in force behind the jump, if it is known
     /// @return true when the selection changed
