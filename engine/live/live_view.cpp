@@ -339,7 +339,10 @@ void LiveView::keep_up(SteadyTime arrived) {
 void LiveView::note_pictures(SteadyTime ready) {
     bool has_changed = false;
     for (const Picture& picture : video_.ready()) {
-        const auto kind = picture.frame->key_frame != 0 ? JitterClock::Kind::key : JitterClock::Kind::other;
+        // Where every picture is one, a key picture is no larger than others.
+        const bool is_key = picture.frame->key_frame != 0;
+        const bool follows_key = std::exchange(last_was_key_, is_key);
+        const auto kind = is_key && !follows_key ? JitterClock::Kind::key : JitterClock::Kind::other;
         has_changed = clock_.note(picture.position, ready, kind) || has_changed;
     }
     if (has_changed) {

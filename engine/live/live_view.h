@@ -3,9 +3,9 @@
 
 #include "diagnostics/slow_decoding_report.h"
 #include "live/late_decoding.h"
-#include "pacing/jitter_clock.h"
 #include "live/signal_watch.h"
 #include "media/packet_block.h"
+#include "pacing/jitter_clock.h"
 #include "present/audio_out.h"
 #include "present/picture_source.h"
 #include "tracks/arrival_meter.h"
@@ -125,6 +125,7 @@ private:
     std::uint64_t stream_offset_{0}; ///< bytes taken so far
     SteadyTime ready_at_{};          ///< when the pictures decoded last could be ready
     std::optional<SteadyTime> sound_origin_;
+    bool last_was_key_{false}; ///< the picture that was decoded last
     bool looked_ahead_{false}; ///< the end of a group was found in front of the unit in progress
     bool was_full_{false};     ///< decoding waited for room, not for the stream
     bool is_shown_{false};     ///< what the thread has followed

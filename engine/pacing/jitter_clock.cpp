@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
-#include <functional>
-#include <iterator>
-#include <vector>
+#include <utility>
 
 namespace velmora {
 
@@ -130,13 +128,17 @@ SteadyTime JitterClock::undisturbed() const {
 /// How late the largest key picture is. One that is later than the sender promised was held up by something
 /// else: it counts once there was another one.
 std::optional<SteadyTime> JitterClock::largest_key() const {
-    std::vector<SteadyTime> origins;
-    std::ranges::transform(keys_, std::back_inserter(origins), &KeyPicture::origin);
-    std::ranges::sort(origins, std::ranges::greater{});
-    const bool may_be_chance =
-        !origins.empty() && !promises_.empty() && origins.front() > promises_.front().origin;
-    const std::size_t counting = may_be_chance ? 1 : 0;
-    return counting < origins.size() ? std::optional{origins[counting]} : std::nullopt;
+    std::optional<SteadyTime> largest;
+    std::optional<SteadyTime> second;
+    for (const KeyPicture& key : keys_) {
+        if (!largest || key.origin > *largest) {
+            second = std::exchange(largest, key.origin);
+        } else if (!second || key.origin > *second) {
+            second = key.origin;
+        }
+    }
+    const bool may_be_chance = largest && !promises_.empty() && *largest > promises_.front().origin;
+    return may_be_chance ? second : largest;
 }
 
 /// As late as pictures were lately, or key pictures within a minute, which are large and late each time, or
