@@ -1,10 +1,12 @@
 #include "receive/receiver.h"
 
+#include "media/file_descriptor.h"
 #include "receive/collector.h"
 #include "receive/numbered_packets.h"
 #include "support/stream_sender.h"
 #include "support/udp_port.h"
 #include "support/undisturbed.h"
+#include "table/stderr_capture.h"
 
 #include <gtest/gtest.h>
 
@@ -15,6 +17,7 @@
 #include <netinet/in.h>
 #include <optional>
 #include <sched.h>
+#include <span>
 #include <string>
 #include <sys/socket.h>
 #include <thread>
@@ -199,22 +202,72 @@ TEST_F(UdpReceiverTest, DropsRepeatedDatagramsAndJunk) {
     EXPECT_EQ(receiver->facts().bytes, truth.bytes);
 }
 
+/// Sends single datagrams to a port of the loopback.
+class DatagramSource {
+public:
+    /// @param address IPv4 in host byte order, of this machine
+    DatagramSource(std::uint32_t address, std::uint16_t port)
+        : socket_{::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)} {
+        const sockaddr_in own = address_of(address, 0);
+        const sockaddr_in target = address_of(INADDR_LOOPBACK, port);
+        ::bind(socket_.get(), reinterpret_cast<const sockaddr*>(&own), sizeof own);
+        ::connect(socket_.get(), reinterpret_cast<const sockaddr*>(&target), sizeof target);
+    }
+    void send(std::span<const std::uint8_t> payload) const {
+        ::send(socket_.get(), payload.data(), payload.size(), 0);
+    }
+
+private:
+    static sockaddr_in address_of(std::uint32_t address, std::uint16_t port) {
+        sockaddr_in result{};
+        result.sin_family = AF_INET;
+        result.sin_addr.s_addr = htonl(address);
+        result.sin_port = htons(port);
+        return result;
+    }
+
+    FileDescriptor socket_;
+};
+
 TEST_F(UdpReceiverTest, KeepsToOneOfTwoSendersUntilItIsSilent) {
+    const StderrCapture errors;
     const auto receiver = receive_by(Protocol_UDPTS);
-    SendRecipe how = recipe();
-    how.loops = true;
-    how.bytes_per_second = 1e6;
-    const Bytes first_stream = numbered_packets(70000);
-    StreamSender first{first_stream, how};
-    ASSERT_TRUE(collector.wait_for(1));
-    how.target.source = 0x7F000002;
-    const StreamSender second{numbered_packets(700, 10000), how};
-    ASSERT_TRUE(eventually([&] { return second.truth().datagrams > 100; }));
-    const Bytes of_first = collector.bytes();
-    EXPECT_TRUE(std::ranges::equal(std::span{first_stream}.first(of_first.size()), of_first));
+    const DatagramSource first{0x7F000001, port};
+    const DatagramSource second{0x7F000002, port};
+    constexpr std::size_t datagram = 7 * ts_packet_size;
+    const Bytes of_second = numbered_packets(7, 10000);
+    for (std::size_t at = 0; at + datagram <= stream.size() / 4; at += datagram) {
+        first.send(std::span{stream}.subspan(at, datagram));
+        second.send(of_second);
+    }
+    const std::size_t sent = stream.size() / 4 / datagram * datagram;
+    ASSERT_TRUE(collector.wait_for(sent));
+    EXPECT_TRUE(std::ranges::equal(collector.bytes(), std::span{stream}.first(sent)));
     EXPECT_EQ(receiver->facts().sender, 0x7F000001U);
-    first.pause();
-    EXPECT_TRUE(eventually([&] { return receiver->facts().sender == 0x7F000002; }));
+    EXPECT_TRUE(eventually([&] {
+        second.send(of_second);
+        return receiver->facts().sender == 0x7F000002;
+    }));
+    const auto lines = errors.lines();
+    EXPECT_TRUE(std::ranges::any_of(lines, [](const std::string& line) {
+        return line.find("127.0.0.2:") != std::string::npos &&
+               line.find("sends instead of 127.0.0.1:") != std::string::npos;
+    }));
+}
+
+TEST_F(UdpReceiverTest, ReportsASenderThatIsIgnoredOnlyWhereTheOtherGoesOn) {
+    const StderrCapture errors;
+    const auto receiver = receive_by(Protocol_UDPTS);
+    const DatagramSource first{0x7F000001, port};
+    const DatagramSource second{0x7F000002, port};
+    const Bytes packets = numbered_packets(7);
+    EXPECT_TRUE(eventually([&] {
+        first.send(packets);
+        second.send(packets);
+        return !errors.lines().empty();
+    }));
+    EXPECT_NE(errors.lines().front().find("127.0.0.2:"), std::string::npos);
+    EXPECT_NE(errors.lines().front().find("sends to the same port and is ignored"), std::string::npos);
 }
 
 TEST_F(UdpReceiverTest, GoesOnWhenASenderBeginsAgain) {
@@ -224,7 +277,7 @@ TEST_F(UdpReceiverTest, GoesOnWhenASenderBeginsAgain) {
         SendRecipe how = protocol == Protocol_RTPUDP ? rtp_recipe() : recipe();
         send(stream, how);
         ASSERT_TRUE(collector.wait_for(stream.size()));
-        // The new one has another port; it takes over when the old one has been silent for a second.
+        // The new one has another port; it takes over once the old one has been silent for a while.
         how.ssrc = 99;
         how.first_sequence = 3;
         how.loops = true;
