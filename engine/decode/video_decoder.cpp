@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <ctime>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -26,13 +25,6 @@ constexpr int most_threads = 4;
 constexpr int large_picture = 1280 * 720;
 constexpr Ticks long_way = std::chrono::milliseconds{300};
 constexpr int hurrying_threads = 2;
-
-/// Of the calling thread.
-DecodingLoad::Cost processor_time() {
-    timespec time{};
-    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return std::chrono::seconds{time.tv_sec} + std::chrono::nanoseconds{time.tv_nsec};
-}
 
 std::int64_t ticks_or_none(std::optional<Position> position) {
     return position ? position->time_since_epoch().count() : AV_NOPTS_VALUE;
@@ -61,8 +53,9 @@ CodecContext make_context(AVCodecID codec) {
 
 } // namespace
 
-VideoDecoder::VideoDecoder(AVCodecID codec)
-    : codec_id_{codec}, context_{make_context(codec)}, parser_{make_parser(codec)}, packet_{make_packet()} {}
+VideoDecoder::VideoDecoder(AVCodecID codec, CostClock cost_clock)
+    : codec_id_{codec}, context_{make_context(codec)}, parser_{make_parser(codec)}, packet_{make_packet()},
+      cost_clock_{std::move(cost_clock)} {}
 
 void VideoDecoder::accept_damaged_start() {
     context_->flags |= AV_CODEC_FLAG_OUTPUT_CORRUPT;
@@ -265,12 +258,12 @@ void VideoDecoder::show_preview() {
     if (!preview || (context_->has_b_frames == 0 && context_->thread_count == 1)) {
         return;
     }
-    const auto begin = processor_time();
+    const auto begin = cost_clock_();
     send(packet_.get(), preview);
     send(nullptr, preview);
     avcodec_flush_buffers(context_.get());
     if (load_) {
-        load_->begin_with(static_cast<std::size_t>(packet_->size), processor_time() - begin);
+        load_->begin_with(static_cast<std::size_t>(packet_->size), cost_clock_() - begin);
     }
 }
 
@@ -279,9 +272,9 @@ void VideoDecoder::decode_packet(std::span<const std::uint8_t> unit, const Sink&
         follow_load(unit, sink);
     }
     const bool is_own_work = context_->active_thread_type != FF_THREAD_FRAME;
-    const auto begin = processor_time();
+    const auto begin = cost_clock_();
     send(packet_.get(), sink);
-    const auto cost = processor_time() - begin;
+    const auto cost = cost_clock_() - begin;
     if (is_own_work && context_->skip_frame == AVDISCARD_DEFAULT) {
         effort_.add(cost);
     }

@@ -4,6 +4,7 @@
 #include "decode/decoding_effort.h"
 #include "decode/decoding_load.h"
 #include "decode/picture_class.h"
+#include "decode/processor_time.h"
 #include "media/av_handles.h"
 #include "media/timeline.h"
 
@@ -33,7 +34,8 @@ public:
     /// Receives pictures in display order; `pts` holds the ticks of their Position, or AV_NOPTS_VALUE.
     using Sink = std::function<void(AvFrame)>;
 
-    explicit VideoDecoder(AVCodecID codec);
+    /// @param cost_clock asked before and behind each piece of work: the difference is what it cost
+    explicit VideoDecoder(AVCodecID codec, CostClock cost_clock = processor_time);
 
     AVCodecID codec_id() const { return codec_id_; }
     /// Decodes the access units that the unit completes.
@@ -101,6 +103,7 @@ private:
     Hurry hurry_{Hurry::never};
     bool is_flushed_{true}; ///< nothing was decoded since
     int usual_threads_{1};
+    CostClock cost_clock_;
     std::optional<DecodingLoad> load_; ///< of a stream that is live
     PictureClassShares shares_;
     DecodingEffort effort_;
