@@ -12,7 +12,7 @@ namespace velmora {
 namespace {
 
 constexpr std::array<std::uint8_t, 7> magic{'V', 'E', 'L', 'M', 'I', 'D', 'X'};
-constexpr std::uint8_t version = 1;
+constexpr std::uint8_t version = 2;
 constexpr std::size_t check_size = 2;
 constexpr std::size_t header_size = magic.size() + 1 + check_size;
 
@@ -191,6 +191,7 @@ private:
         ElementaryStream stream;
         stream.kind = kind;
         stream.pid = static_cast<std::uint16_t>(reader.number());
+        stream.type = reader.byte();
         stream.codec = static_cast<AVCodecID>(reader.number());
         stream.opus_channel_config = static_cast<int>(reader.number());
         return stream;
@@ -251,6 +252,7 @@ void SidecarEncoder::add(const StreamSelection& streams) {
         bytes_.push_back(stream ? 1 : 0);
         if (stream) {
             put(stream->pid);
+            bytes_.push_back(stream->type);
             put(static_cast<std::uint64_t>(stream->codec));
             put(static_cast<std::uint64_t>(stream->opus_channel_config));
         }

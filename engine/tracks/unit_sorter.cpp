@@ -30,6 +30,7 @@ void UnitSorter::restart(const StreamSelection* selection, const StreamTimeline&
     take_events();
     meter_.restart();
     clear();
+    data_.restart();
     sound_expected_.reset();
     timeline_ = timeline;
 }
@@ -79,6 +80,9 @@ void UnitSorter::take_selection(const StreamSelection& selection) {
         audio_stream_ = {audio_stream_.serial + 1, selection.audio->codec,
                          selection.audio->opus_channel_config};
     }
+    if (selection.data != current_.data) {
+        data_ = DataUnits{};
+    }
     current_ = selection;
 }
 
@@ -126,7 +130,7 @@ void UnitSorter::take_data(const PesPacket& pes) {
     if (!position && beside) {
         position = beside->position;
     }
-    data_.feed(pes, [&](std::span<const std::uint8_t> unit) {
+    data_.feed(pes, data_carriage(*current_.data), [&](std::span<const std::uint8_t> unit) {
         ++data_units_;
         if (data_sink_) {
             data_sink_({unit, position.value_or(Position{})});

@@ -113,6 +113,7 @@ ElementaryStream describe_elementary_stream(std::uint8_t stream_type, std::uint1
                                             std::span<const std::uint8_t> descriptors) {
     ElementaryStream stream;
     stream.pid = pid;
+    stream.type = stream_type;
     apply(stream, meaning_of_type(stream_type));
     if (stream_type != private_pes_stream_type) {
         return stream;

@@ -19,6 +19,7 @@ struct ElementaryStream {
     StreamKind kind{StreamKind::unknown};
     AVCodecID codec{AV_CODEC_ID_NONE}; ///< MPEG audio of any layer is announced as AV_CODEC_ID_MP3
     int opus_channel_config{0}; ///< channel_config_code of the Opus descriptor; 0 = not Opus or not told
+    std::uint8_t type{0};       ///< stream_type as in the PMT
 
     bool operator==(const ElementaryStream&) const = default;
 };

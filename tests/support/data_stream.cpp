@@ -27,10 +27,12 @@ bool begins_unit(std::span<const std::uint8_t> packet) {
 }
 
 Bytes table_entry(DataCarriage carriage) {
-    const bool is_synchronous = carriage == DataCarriage::synchronous;
-    Bytes entry{static_cast<std::uint8_t>(is_synchronous ? 0x15 : 0x06),
+    const bool is_registered =
+        carriage == DataCarriage::asynchronous || carriage == DataCarriage::as_metadata;
+    const bool is_private = is_registered || carriage == DataCarriage::plain;
+    Bytes entry{static_cast<std::uint8_t>(is_private ? 0x06 : 0x15),
                 static_cast<std::uint8_t>(0xE0U | (data_pid >> 8U)), data_pid & 0xFFU, 0xF0, 0};
-    if (carriage == DataCarriage::asynchronous) {
+    if (is_registered) {
         const std::array<std::uint8_t, 6> registration{0x05, 0x04, 'K', 'L', 'V', 'A'};
         entry.back() = registration.size();
         entry.insert(entry.end(), registration.begin(), registration.end());
@@ -126,17 +128,31 @@ void put_units(DataMuxer& muxer, DataStream& made, DataCarriage carriage) {
     constexpr unsigned whole = 3;
     constexpr unsigned first = 2;
     constexpr unsigned last = 1;
+    constexpr std::uint8_t private_stream = 0xBD;
+    constexpr std::uint8_t metadata_stream = 0xFC;
     const Bytes one = unit(made.units.size());
     made.units.push_back(one);
-    if (carriage != DataCarriage::synchronous) {
-        muxer.put(0xBD, one);
+    switch (carriage) {
+    case DataCarriage::asynchronous:
+    case DataCarriage::plain:
+        muxer.put(private_stream, one);
         return;
+    case DataCarriage::as_metadata:
+    case DataCarriage::without_cells:
+        muxer.put(metadata_stream, one);
+        return;
+    case DataCarriage::single_cells:
+        muxer.put(metadata_stream, cell(one, whole));
+        return;
+    case DataCarriage::synchronous:
+        break;
     }
     const Bytes other = unit(made.units.size());
     made.units.push_back(other);
     const auto half = static_cast<std::ptrdiff_t>(other.size() / 2);
-    muxer.put(0xFC, joined(cell(one, whole), cell(std::span{other}.first(other.size() / 2), first)));
-    muxer.put(0xFC, cell(std::span{other.begin() + half, other.end()}, last));
+    muxer.put(metadata_stream,
+              joined(cell(one, whole), cell(std::span{other}.first(other.size() / 2), first)));
+    muxer.put(metadata_stream, cell(std::span{other.begin() + half, other.end()}, last));
 }
 
 } // namespace

@@ -8,7 +8,10 @@
 enum class DataCarriage {
     synchronous,  ///< stream type 0x15: cells with headers, two units in one PES packet and one unit in two
     asynchronous, ///< stream type 0x06 with the KLVA registration
-    plain         ///< stream type 0x06 without it
+    plain,        ///< stream type 0x06 without it
+    as_metadata,  ///< stream type 0x06 with the KLVA registration, but the stream_id of cells
+    single_cells, ///< stream type 0x15: one cell in each PES packet
+    without_cells ///< stream type 0x15, but no cell headers
 };
 
 struct DataStream {

@@ -59,8 +59,8 @@ bool is_beginning_of(const std::vector<AccessPoint>& beginning, const std::vecto
 /// Points of a stream of this rate, evenly paced, with what varies in real ones.
 std::vector<AccessPoint> regular_points(std::size_t count, std::uint64_t bytes_apart, Ticks apart) {
     auto streams = std::make_shared<StreamSelection>();
-    streams->video = ElementaryStream{0x100, StreamKind::video, AV_CODEC_ID_H264, 0};
-    streams->audio = ElementaryStream{0x101, StreamKind::audio, AV_CODEC_ID_AAC, 0};
+    streams->video = ElementaryStream{0x100, StreamKind::video, AV_CODEC_ID_H264, 0, 0x1B};
+    streams->audio = ElementaryStream{0x101, StreamKind::audio, AV_CODEC_ID_AAC, 0, 0x0F};
     std::vector<AccessPoint> points;
     for (std::size_t i = 0; i < count; ++i) {
         const auto number = static_cast<Ticks::rep>(i);
@@ -101,7 +101,7 @@ TEST(SidecarFormatTest, FollowsChangesOfTheStreams) {
     auto points = points_of(make_stream(ten_seconds()));
     auto other = std::make_shared<StreamSelection>(*points.front().streams);
     other->audio.reset();
-    other->data = ElementaryStream{0x1F0, StreamKind::data, AV_CODEC_ID_SMPTE_KLV, 0};
+    other->data = ElementaryStream{0x1F0, StreamKind::data, AV_CODEC_ID_SMPTE_KLV, 0, 0x15};
     for (const std::size_t changed : {3U, 4U, 7U}) {
         points[changed].streams = other;
         points[changed].anchor.stream.ticks = 5; // joined

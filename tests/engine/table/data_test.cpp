@@ -110,15 +110,22 @@ TEST_P(DataForwarding, NeitherAClosedPortNorAFileThatCannotBeWrittenDisturbsTheV
 
 INSTANTIATE_TEST_SUITE_P(Carriages, DataForwarding,
                          testing::Values(DataCarriage::synchronous, DataCarriage::asynchronous,
-                                         DataCarriage::plain),
+                                         DataCarriage::plain, DataCarriage::as_metadata,
+                                         DataCarriage::single_cells, DataCarriage::without_cells),
                          [](const auto& carriage) -> std::string {
                              switch (carriage.param) {
                              case DataCarriage::synchronous:
                                  return "Synchronous";
                              case DataCarriage::asynchronous:
                                  return "Asynchronous";
-                             default:
+                             case DataCarriage::plain:
                                  return "Plain";
+                             case DataCarriage::as_metadata:
+                                 return "AsMetadata";
+                             case DataCarriage::single_cells:
+                                 return "SingleCells";
+                             default:
+                                 return "WithoutCells";
                              }
                          });
 
