@@ -81,6 +81,9 @@ void Demuxer::select() {
             if (is_early_) {
                 track.assembler.hand_out_early();
             }
+            if (stream->kind == StreamKind::video) {
+                track.assembler.doubt_lengths();
+            }
         }
     }
     events_.emplace_back(StreamsChanged{selection, chooser_.clock_pid()});

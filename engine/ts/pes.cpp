@@ -70,16 +70,7 @@ std::optional<PesHeader> parse_pes_header(std::span<const std::uint8_t> bytes) {
 std::optional<PesPacket> PesAssembler::feed(const TsPacket& packet, bool continuity_broken) {
     broken_ = broken_ || continuity_broken;
     if (!packet.payload_unit_start) {
-        if (!current_) {
-            is_early_ = is_early_ && (continuity_broken || !std::exchange(took_early_, false));
-            return std::nullopt;
-        }
-        auto& bytes = current_->bytes;
-        const std::size_t room = max_size - std::min(max_size, bytes.size());
-        const auto part = packet.payload.first(std::min(room, packet.payload.size()));
-        bytes.insert(bytes.end(), part.begin(), part.end());
-        current_->discontinuity = current_->discontinuity || continuity_broken;
-        return take_if_complete(packet);
+        return go_on(packet, continuity_broken);
     }
     auto finished = take();
     current_.emplace();
@@ -90,20 +81,66 @@ std::optional<PesPacket> PesAssembler::feed(const TsPacket& packet, bool continu
     return finished ? std::move(finished) : take_if_complete(packet);
 }
 
+std::optional<PesPacket> PesAssembler::go_on(const TsPacket& packet, bool continuity_broken) {
+    if (!current_) {
+        note_end_missed(continuity_broken);
+        return std::nullopt;
+    }
+    auto& bytes = current_->bytes;
+    const std::size_t room = max_size - std::min(max_size, bytes.size());
+    const auto part = packet.payload.first(std::min(room, packet.payload.size()));
+    bytes.insert(bytes.end(), part.begin(), part.end());
+    current_->discontinuity = current_->discontinuity || continuity_broken;
+    has_gap_ = has_gap_ || continuity_broken;
+    return take_if_complete(packet);
+}
+
+/// What was handed out as complete goes on.
+void PesAssembler::note_end_missed(bool continuity_broken) {
+    if (continuity_broken) {
+        return; // it may be another one
+    }
+    is_early_ = is_early_ && last_end_ != End::stuffing;
+    lengths_overflow_ = lengths_overflow_ || (doubts_lengths_ && last_end_ == End::length);
+    last_end_ = End::next;
+}
+
 std::optional<PesPacket> PesAssembler::take_if_complete(const TsPacket& last) {
     const auto& bytes = current_->bytes;
     if (bytes.size() < fixed_header_size) {
         return std::nullopt;
     }
     const auto declared = static_cast<std::size_t>((bytes[4] << 8U) | bytes[5]);
-    if (declared != 0) {
-        return bytes.size() >= fixed_header_size + declared ? take() : std::nullopt;
+    if (declared != 0 && !exceeds_its_length_) {
+        return take_by_length(fixed_header_size + declared, last);
     }
     if (!is_early_ || !last.stuffed) {
         return std::nullopt;
     }
     auto packet = take();
-    took_early_ = true;
+    last_end_ = End::stuffing;
+    return packet;
+}
+
+std::optional<PesPacket> PesAssembler::take_by_length(std::size_t end, const TsPacket& last) {
+    const auto& bytes = current_->bytes;
+    if (bytes.size() < end) {
+        return std::nullopt;
+    }
+    if (doubts_lengths_ && !has_gap_) {
+        const auto behind = std::span{bytes}.subspan(end);
+        const bool is_padding = std::ranges::all_of(behind, [](std::uint8_t byte) { return byte == 0xFF; });
+        if (!is_padding) {
+            exceeds_its_length_ = lengths_overflow_ = true;
+            return take_if_complete(last);
+        }
+        // Where nothing is stuffed the length may end here by chance: the next packet tells.
+        if (!last.stuffed && (!is_early_ || lengths_overflow_)) {
+            return std::nullopt;
+        }
+    }
+    auto packet = take();
+    last_end_ = End::length;
     return packet;
 }
 
@@ -112,13 +149,15 @@ std::optional<PesPacket> PesAssembler::take() {
         return std::nullopt;
     }
     auto packet = std::exchange(current_, std::nullopt);
-    took_early_ = false;
+    has_gap_ = false;
+    last_end_ = End::next;
+    const bool is_longer = std::exchange(exceeds_its_length_, false);
     const auto header = parse_pes_header(packet->bytes);
     if (!header) {
         return std::nullopt;
     }
     packet->header = *header;
-    if (header->declared_size != 0) {
+    if (header->declared_size != 0 && !is_longer) {
         // Bytes behind the declared end are stuffing.
         const std::size_t end = std::max(header->size, fixed_header_size + header->declared_size);
         packet->bytes.resize(std::min(packet->bytes.size(), end));
@@ -137,6 +176,8 @@ std::span<const std::uint8_t> PesAssembler::payload_in_progress() const {
 
 void PesAssembler::restart() {
     current_.reset();
+    has_gap_ = false;
+    exceeds_its_length_ = false;
     broken_ = false;
 }
 

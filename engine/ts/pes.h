@@ -63,15 +63,28 @@ public:
     /// Takes stuffing for the end of a PES packet of unknown length, instead of waiting for the next one:
     /// most muxers stuff nowhere else. Where one does, this ends with the first mistake.
     void hand_out_early() { is_early_ = true; }
+    /// For video, whose packets may be longer than their length can tell: some muxers write what remains of
+    /// it then. Such a packet ends as one of unknown length does.
+    void doubt_lengths() { doubts_lengths_ = true; }
 
 private:
+    std::optional<PesPacket> go_on(const TsPacket& packet, bool continuity_broken);
+    void note_end_missed(bool continuity_broken);
     std::optional<PesPacket> take();
     std::optional<PesPacket> take_if_complete(const TsPacket& last);
+    std::optional<PesPacket> take_by_length(std::size_t end, const TsPacket& last);
+
+    /// How the end of a PES packet was recognised.
+    enum class End { next, length, stuffing };
 
     std::optional<PesPacket> current_;
+    bool has_gap_{false};            ///< packets are missing within the present one
+    bool exceeds_its_length_{false}; ///< the present one
     bool broken_{false};
     bool is_early_{false};
-    bool took_early_{false}; ///< the PES packet handed out last was taken for complete
+    bool doubts_lengths_{false};
+    bool lengths_overflow_{false}; ///< one has been longer than its length
+    End last_end_{End::next};      ///< of the one that was handed out last
 };
 
 } // namespace velmora

@@ -1,6 +1,7 @@
 // Live streams with packets that say little or nothing, or never end.
 #include "live_under_test.h"
 #include "packet_edit.h"
+#include "stream_surgery.h"
 
 #include <gtest/gtest.h>
 
@@ -85,6 +86,20 @@ TEST_F(LiveOddPackets, SoundOfUnknownLengthIsDecoded) {
     EXPECT_TRUE(engine_.wait_for_info([](const velmora_info_t& info) {
         return info.get_strm_info.a_sample_rate == 48000 && info.get_strm_info.a_bitrate == 128;
     }));
+    EXPECT_EQ(engine_.info().get_strm_info.inp_dec_error, 0);
+}
+
+TEST_F(LiveOddPackets, PicturesLongerThanTheirLengthCanTellAreWhole) {
+    recipe_.width = 640;
+    recipe_.height = 360;
+    recipe_.duration = 2;
+    recipe_.bitrate = "3M";
+    recipe_.video_options = "-x264-params ipratio=8:mbtree=0 -bufsize 6M";
+    ASSERT_EQ(view(engine_, live_setup(port_)), 0);
+    const StreamSender sender{with_overflowing_lengths(stream_bytes(recipe_)), send_to(port_)};
+    sender.wait();
+    EXPECT_TRUE(engine_.wait_for_info(
+        [](const velmora_info_t& info) { return info.get_strm_info.inp_dec_frame >= 2 * 25 - 2; }));
     EXPECT_EQ(engine_.info().get_strm_info.inp_dec_error, 0);
 }
 

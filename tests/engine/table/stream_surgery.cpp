@@ -7,6 +7,7 @@
 #include <array>
 #include <optional>
 #include <span>
+#include <stdexcept>
 
 namespace {
 
@@ -14,6 +15,7 @@ using namespace packet_edit;
 
 constexpr std::uint8_t stuffing = 0xFF;
 constexpr unsigned clock_pid = 0x1F0;
+constexpr unsigned video_pid = 0x100;
 
 /// In units of 1/90000 s.
 std::uint64_t clock_of(Packet packet) {
@@ -122,6 +124,40 @@ Bytes with_stream_type(const Bytes& stream, unsigned pid, unsigned type) {
         put_mpeg_crc(section);
         return Bytes{};
     });
+}
+
+Bytes with_overflowing_lengths(const Bytes& stream) {
+    constexpr std::size_t length_at = 4; // of a PES packet
+    constexpr std::size_t behind_length = 6;
+    Bytes result = stream;
+    Bytes::iterator length{};
+    std::size_t size = 0;
+    bool overflows = false;
+    const auto put = [&] {
+        if (size > 0) {
+            overflows = overflows || size - behind_length > 0xFFFF;
+            length[0] = static_cast<std::uint8_t>((size - behind_length) >> 8U);
+            length[1] = static_cast<std::uint8_t>(size - behind_length);
+        }
+    };
+    for (std::size_t at = 0; at + packet_size <= result.size(); at += packet_size) {
+        const auto packet = std::span{result}.subspan(at).first<packet_size>();
+        if (pid_of(packet) != video_pid || (packet[3] & 0x10U) == 0) {
+            continue;
+        }
+        const std::size_t payload = payload_start(packet);
+        if (begins_unit(packet)) {
+            put();
+            length = result.begin() + static_cast<std::ptrdiff_t>(at + payload + length_at);
+            size = 0;
+        }
+        size += packet_size - payload;
+    }
+    put();
+    if (!overflows) {
+        throw std::logic_error{"no picture in the stream is large enough"};
+    }
+    return result;
 }
 
 Bytes scrambled(const Bytes& stream, unsigned pid, const Part& part) {

@@ -27,6 +27,18 @@ Bytes usual_stream() {
     return read_bytes(make_stream(recipe));
 }
 
+/// Key pictures of more bytes than the length of a PES packet can tell.
+Bytes stream_of_large_pictures() {
+    StreamRecipe recipe;
+    recipe.duration = seconds;
+    recipe.gop = 50;
+    recipe.bframes = 3;
+    recipe.audio = "mp2";
+    recipe.bitrate = "3M";
+    recipe.video_options = "-x264-params ipratio=8:mbtree=0 -bufsize 6M";
+    return read_bytes(make_stream(recipe));
+}
+
 struct StreamCase {
     const char* name;
     Bytes (*make)();
@@ -75,6 +87,7 @@ INSTANTIATE_TEST_SUITE_P(
         StreamCase{"ClockApart", [] { return with_clock_apart(usual_stream()); }},
         StreamCase{"RareClock", [] { return with_rare_clock(usual_stream(), 3s); }},
         StreamCase{"NoDelimiters", [] { return without_delimiters(usual_stream()); }},
+        StreamCase{"OverflowingLengths", [] { return with_overflowing_lengths(stream_of_large_pictures()); }},
         StreamCase{"Fields", [] { return make_field_stream(seconds * fps, FieldUnits::both_in_one); }},
         StreamCase{"FieldsApart", [] { return make_field_stream(seconds * fps, FieldUnits::one_each); }}),
     [](const auto& instance) { return instance.param.name; });

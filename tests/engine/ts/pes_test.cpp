@@ -50,6 +50,63 @@ TEST(Pes, ABoundedPacketEndsWithItsLength) {
     EXPECT_EQ(packets[0].payload().size(), 500U);
 }
 
+/// A picture of so many bytes, whose length is told as far as 16 bits do.
+Bytes picture(std::size_t size) {
+    Bytes pes = test::pes(1, 1, {});
+    pes.resize(size + 6, 0x31);
+    pes[4] = static_cast<std::uint8_t>(size >> 8U);
+    pes[5] = static_cast<std::uint8_t>(size);
+    return pes;
+}
+
+class OverflowingLength : public testing::TestWithParam<std::size_t> {};
+
+TEST_P(OverflowingLength, CutsNoPicture) {
+    PesAssembler assembler;
+    assembler.doubt_lengths();
+    EXPECT_TRUE(assemble(assembler, picture(GetParam())).empty()) << "the next one tells that it is whole";
+    const auto packets = assemble(assembler, picture(100));
+    ASSERT_EQ(packets.size(), 1U);
+    EXPECT_EQ(packets[0].bytes.size(), GetParam() + 6);
+    EXPECT_FALSE(packets[0].discontinuity);
+}
+
+TEST_P(OverflowingLength, CutsNoPictureOfALiveStreamAndDelaysNone) {
+    PesAssembler assembler;
+    assembler.doubt_lengths();
+    assembler.hand_out_early();
+    for (int i = 0; i < 3; ++i) {
+        for (const std::size_t size : {GetParam(), std::size_t{100}, std::size_t{30'000}}) {
+            const bool may_be_cut = i == 0 && (size & 0xFFFFU) + 6 == 184 * 5;
+            const auto packets = assemble(assembler, picture(size));
+            ASSERT_EQ(packets.size(), 1U) << size;
+            EXPECT_TRUE(may_be_cut || packets[0].bytes.size() == size + 6) << size;
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, OverflowingLength,
+                         testing::Values(65'538, 65'535 + 10, 70'000, 2 * 65'536 + 30'001,
+                                         65'536 + 184 * 5 - 6 /* the length ends with a packet */));
+
+TEST(Pes, WhoseLengthEndsWithAPacketIsWholeAtOnceInALiveStream) {
+    PesAssembler assembler;
+    assembler.doubt_lengths();
+    assembler.hand_out_early();
+    EXPECT_EQ(assemble(assembler, picture(184 * 3 - 6)).size(), 1U);
+}
+
+TEST(Pes, PaddingBehindALengthIsNoPicture) {
+    PesAssembler assembler;
+    assembler.doubt_lengths();
+    Bytes padded = picture(300);
+    padded.resize(2 * 184, 0xFF);
+    EXPECT_TRUE(assemble(assembler, padded).empty());
+    const auto packets = assemble(assembler, picture(100));
+    ASSERT_EQ(packets.size(), 1U);
+    EXPECT_EQ(packets[0].bytes.size(), 306U);
+}
+
 TEST(Pes, TwoShortBoundedPacketsInARowAreBothHandedOut) {
     PesAssembler assembler;
     EXPECT_EQ(assemble(assembler, test::pes(1, 1, Bytes(20, 1), true)).size(), 1U);
