@@ -1,10 +1,13 @@
 #include "decode/audio_decoder.h"
 
 #include "decode/opus_control_header.h"
+#include "diagnostics/log.h"
 
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <string>
+#include <utility>
 
 extern "C" {
 #include <libavutil/intreadwrite.h>
@@ -40,7 +43,8 @@ void add_trim(AVPacket& packet, const CodedSound& coded) {
 } // namespace
 
 AudioDecoder::AudioDecoder(AVCodecID codec, std::span<const std::uint8_t> extradata, int channels)
-    : extradata_{extradata.begin(), extradata.end()}, splitter_{codec}, packet_{make_packet()} {
+    : codec_{codec}, extradata_{extradata.begin(), extradata.end()},
+      recogniser_{codec}, splitter_{codec}, packet_{make_packet()} {
     if (codec == AV_CODEC_ID_OPUS && extradata_.empty()) {
         extradata_ = make_opus_head(channels);
     }
@@ -75,9 +79,47 @@ void AudioDecoder::open(AVCodecID codec) {
 
 void AudioDecoder::decode(std::span<const std::uint8_t> pes_payload, std::optional<Position> position,
                           const Sink& sink) {
-    if (!usable()) {
+    if (usable() && (!recogniser_ || recognise(pes_payload, position, sink))) {
+        decode_payload(pes_payload, position, sink);
+    }
+}
+
+/// @return false while the payload has to wait
+bool AudioDecoder::recognise(std::span<const std::uint8_t> pes_payload, std::optional<Position> position,
+                             const Sink& sink) {
+    const auto codec = recogniser_->look(pes_payload);
+    if (!codec) {
+        held_.push_back({{pes_payload.begin(), pes_payload.end()}, position});
+        return false;
+    }
+    recogniser_.reset();
+    adopt(*codec);
+    for (const HeldPayload& held : std::exchange(held_, {})) {
+        decode_payload(held.bytes, held.position, sink);
+    }
+    return true;
+}
+
+/// Keeps the decoder where there is none for what the stream turned out to be.
+void AudioDecoder::adopt(AVCodecID codec) {
+    if (codec == codec_) {
         return;
     }
+    CodecContext before = std::move(context_);
+    open(codec);
+    if (!usable()) {
+        context_ = std::move(before);
+        return;
+    }
+    log_incident("audio", "codec",
+                 std::string{"the sound is "} + avcodec_get_name(codec) + ", the tables say " +
+                     avcodec_get_name(codec_));
+    codec_ = codec;
+    splitter_ = SoundSplitter{codec};
+}
+
+void AudioDecoder::decode_payload(std::span<const std::uint8_t> pes_payload, std::optional<Position> position,
+                                  const Sink& sink) {
     errors_ +=
         splitter_.split(pes_payload, position, [&](const CodedSound& coded) { decode_frame(coded, sink); });
 }
@@ -161,6 +203,8 @@ void AudioDecoder::note_bit_rate(const AVFrame& frame) {
 
 void AudioDecoder::flush() {
     splitter_.flush();
+    recogniser_.emplace(codec_);
+    held_.clear();
     if (context_) {
         avcodec_flush_buffers(context_.get());
     }

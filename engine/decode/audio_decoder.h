@@ -1,6 +1,7 @@
 // Turns the audio of a transport stream into samples.
 #pragma once
 
+#include "decode/sound_recogniser.h"
 #include "decode/sound_splitter.h"
 #include "media/av_handles.h"
 #include "media/sound_frame.h"
@@ -10,6 +11,7 @@
 #include <functional>
 #include <optional>
 #include <span>
+#include <vector>
 
 namespace velmora {
 
@@ -28,7 +30,7 @@ class AudioDecoder {
 public:
     using Sink = std::function<void(SoundFrame)>;
 
-    /// @param codec what the PMT promises; the layer of MPEG audio may differ from what is found
+    /// @param codec what the PMT promises; the first frames' own headers decide
     /// @param extradata set-up bytes of the codec, if it has any outside the stream
     /// @param channels for Opus without extradata: number of channels
     explicit AudioDecoder(AVCodecID codec, std::span<const std::uint8_t> extradata = {}, int channels = 2);
@@ -51,13 +53,27 @@ public:
     std::uint64_t errors() const { return errors_; }
 
 private:
+    /// A payload that waits until its codec is recognised.
+    struct HeldPayload {
+        std::vector<std::uint8_t> bytes;
+        std::optional<Position> position;
+    };
+
     void open(AVCodecID codec);
+    bool recognise(std::span<const std::uint8_t> pes_payload, std::optional<Position> position,
+                   const Sink& sink);
+    void adopt(AVCodecID codec);
+    void decode_payload(std::span<const std::uint8_t> pes_payload, std::optional<Position> position,
+                        const Sink& sink);
     void decode_frame(const CodedSound& coded, const Sink& sink);
     void receive_frames(const Sink& sink);
     void deliver(AvFrame frame, const Sink& sink);
     void note_bit_rate(const AVFrame& frame);
 
+    AVCodecID codec_; ///< as promised or recognised
     std::vector<std::uint8_t> extradata_;
+    std::optional<SoundRecogniser> recogniser_; ///< until it has recognised the codec
+    std::vector<HeldPayload> held_;
     SoundSplitter splitter_;
     CodecContext context_;
     AvPacket packet_;
