@@ -1,6 +1,7 @@
 #include "file/file_source.h"
 
 #include "diagnostics/log.h"
+#include "file/first_streams.h"
 #include "file/latin1.h"
 
 #include <cerrno>
@@ -73,6 +74,7 @@ FileSource::FileSource(const std::string& latin1_path) {
         throw UnplayableFile{"is no transport stream"};
     }
     layout_ = *layout;
+    first_streams_ = find_first_streams(*this);
 }
 
 std::size_t FileSource::read(std::uint64_t offset, std::span<std::uint8_t> bytes) const {

@@ -3,10 +3,12 @@
 
 #include "media/file_descriptor.h"
 #include "ts/packet_sync.h"
+#include "ts/stream_selection.h"
 
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -39,6 +41,8 @@ public:
     /// No other file has taken its name.
     bool is_at_its_path() const;
     const PacketLayout& layout() const { return layout_; }
+    /// What is played from its beginning on, where that shows only later; else nothing.
+    const std::shared_ptr<const StreamSelection>& first_streams() const { return first_streams_; }
     /// The name that the file was found by.
     const std::string& path() const { return path_; }
 
@@ -46,6 +50,7 @@ private:
     std::string path_;
     FileDescriptor file_;
     PacketLayout layout_;
+    std::shared_ptr<const StreamSelection> first_streams_;
 };
 
 } // namespace velmora

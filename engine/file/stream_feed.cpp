@@ -11,7 +11,9 @@ constexpr std::size_t read_block_size = std::size_t{128} << 10U;
 } // namespace
 
 StreamFeed::StreamFeed(std::shared_ptr<const FileSource> source)
-    : reader_{std::move(source), read_block_size} {}
+    : first_streams_{source->first_streams()}, reader_{std::move(source), read_block_size} {
+    units_.restart(first_streams_.get(), StreamTimeline{});
+}
 
 bool StreamFeed::read_more() {
     if (at_end_) {
@@ -38,7 +40,7 @@ void StreamFeed::seek(const std::optional<AccessPoint>& point) {
         units_.restart(point->streams.get(), StreamTimeline{point->anchor});
     } else {
         reader_.seek(0);
-        units_.restart(nullptr, StreamTimeline{});
+        units_.restart(first_streams_.get(), StreamTimeline{});
     }
 }
 

@@ -34,6 +34,7 @@ public:
     std::uint64_t offset() const { return reader_.offset(); }
 
 private:
+    std::shared_ptr<const StreamSelection> first_streams_;
     PacketReader reader_;
     UnitSorter units_;
     bool at_end_{false};

@@ -13,6 +13,16 @@ constexpr std::size_t longest_pes_header = 9 + 255;
 
 } // namespace
 
+AccessPointCollector::AccessPointCollector(AccessPointIndex& index) : index_{index} {
+    chooser_.take_first_there();
+}
+
+AccessPointCollector::AccessPointCollector(AccessPointIndex& index,
+                                           std::shared_ptr<const StreamSelection> first_streams)
+    : index_{index}, streams_{std::move(first_streams)} {
+    chooser_.restart(streams_.get());
+}
+
 AccessPointCollector::AccessPointCollector(AccessPointIndex& index,
                                            std::shared_ptr<const StreamSelection> streams,
                                            const TimeAnchor& anchor)

@@ -18,7 +18,11 @@ namespace velmora {
 /// Fed with the packets of a file in order; looks at the beginning of each unit of the leading stream only.
 class AccessPointCollector {
 public:
-    explicit AccessPointCollector(AccessPointIndex& index) : index_{index} {}
+    /// Begins with what is received live, or recorded of it: the first programme that is there counts.
+    explicit AccessPointCollector(AccessPointIndex& index);
+    /// Begins at the beginning of a file.
+    /// @param first_streams see FileSource::first_streams
+    AccessPointCollector(AccessPointIndex& index, std::shared_ptr<const StreamSelection> first_streams);
     /// Begins in the middle of a file.
     /// @param streams in force there
     /// @param anchor of a unit near by

@@ -63,6 +63,7 @@ Bisector::Bisector(std::shared_ptr<const FileSource> source)
 
 bool Bisector::read_head() {
     ProgrammeChooser chooser;
+    chooser.restart(source_->first_streams().get());
     std::optional<Place> found;
     bool goes_on = true;
     while (goes_on && !found && reader_.offset() < longest_look) {

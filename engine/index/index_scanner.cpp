@@ -52,7 +52,7 @@ private:
         if (stored) {
             take(*stored);
         } else {
-            collector_.emplace(*index_);
+            collector_.emplace(*index_, source_->first_streams());
         }
         if (known_size_ == 0 && source_->size() >= Bisector::worthwhile) {
             if (const auto end = Bisector{source_}.end()) {
@@ -76,7 +76,7 @@ private:
         } else {
             // Whether there is no video, or it was left out because it is not sent, only the whole file
             // tells.
-            collector_.emplace(*index_);
+            collector_.emplace(*index_, source_->first_streams());
         }
         on_progress_();
     }

@@ -34,7 +34,10 @@ using DemuxEvent = std::variant<StreamsChanged, DemuxedPes>;
 class Demuxer {
 public:
     /// Hands units out as soon as they seem complete, for a stream that is live.
-    void hand_out_early() { is_early_ = true; }
+    void hand_out_early() {
+        is_early_ = true;
+        chooser_.take_first_there();
+    }
     void feed(const TsPacket& packet);
     /// The next event, in stream order.
     std::optional<DemuxEvent> next();

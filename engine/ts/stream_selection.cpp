@@ -1,5 +1,8 @@
 #include "ts/stream_selection.h"
 
+#include "ts/access_point.h"
+#include "ts/pes.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -11,6 +14,14 @@ namespace {
 constexpr std::uint64_t patience = 5000;
 /// So much sound without any picture: the video that the tables announce is not sent.
 constexpr int audio_units_without_video = 24;
+
+/// What stands in front of a picture that is none of these tells itself within a packet.
+bool begins_key_picture(AVCodecID codec, const TsPacket& packet) {
+    const auto header = parse_pes_header(packet.payload);
+    return packet.random_access ||
+           (header && find_access_point(codec, packet.payload.subspan(header->size), false).verdict !=
+                          AccessPointVerdict::none);
+}
 
 } // namespace
 
@@ -53,7 +64,25 @@ bool ProgrammeChooser::feed(const TsPacket& packet) {
     if (begins_unit) {
         ++units_[packet.pid];
     }
-    return (begins_unit || packets_ == patience) && choose_among_seen();
+    const bool may_wait = packets_ < patience && !(takes_first_there_ && begins_unit && is_there(packet));
+    return (begins_unit || packets_ == patience) && choose_among_seen(may_wait);
+}
+
+/// Whether a programme's key picture begins here, or sound of one that has nothing else has come for a while.
+bool ProgrammeChooser::is_there(const TsPacket& packet) const {
+    for (const Programme& programme : tables_.programmes()) {
+        const StreamSelection candidate = select_streams(programme);
+        if (!candidate.is_playable() || candidate.leading().pid != packet.pid) {
+            continue;
+        }
+        return candidate.video ? begins_key_picture(candidate.video->codec, packet)
+                               : units_seen(candidate.audio) >= audio_units_without_video / 2;
+    }
+    return false;
+}
+
+bool ProgrammeChooser::has_waited() const {
+    return selection_ && units_seen(selection_->video) + units_seen(selection_->audio) > 1;
 }
 
 bool ProgrammeChooser::restart(const StreamSelection* selection) {
@@ -84,8 +113,7 @@ bool ProgrammeChooser::adopt(const StreamSelection& selection) {
     return true;
 }
 
-bool ProgrammeChooser::choose_among_seen() {
-    const bool may_wait = packets_ < patience;
+bool ProgrammeChooser::choose_among_seen(bool may_wait) {
     if (may_wait && !tables_.complete()) {
         return false;
     }

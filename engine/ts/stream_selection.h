@@ -34,6 +34,9 @@ StreamSelection select_streams(const Programme& programme);
 /// is.
 class ProgrammeChooser {
 public:
+    /// For a stream that is live: does not wait for programmes that the tables name earlier, once the key
+    /// picture of another one has begun.
+    void take_first_there() { takes_first_there_ = true; }
     /// @return true when the selection changed
     bool feed(const TsPacket& packet);
     /// Nothing while no playable programme is known.
@@ -44,9 +47,15 @@ public:
     /// @param selection what is in force behind the jump, if it is known
     /// @return true when the selection changed
     bool restart(const StreamSelection* selection);
+    /// Waits no longer for what may still come.
+    /// @return true when the selection changed
+    bool settle() { return choose_among_seen(false); }
+    /// There is a selection, and units of it came before it was made.
+    bool has_waited() const;
 
 private:
-    bool choose_among_seen();
+    bool is_there(const TsPacket& packet) const;
+    bool choose_among_seen(bool may_wait);
     bool choose_data();
     bool follow_tables();
     bool adopt(const StreamSelection& selection);
@@ -59,6 +68,7 @@ private:
     std::optional<StreamSelection>
         with_video_;           ///< the selected programme as announced, while its video is not sent
     std::uint64_t packets_{0}; ///< since the tables changed
+    bool takes_first_there_{false};
     bool is_confirmed_{false}; ///< units of the selected leading stream were seen
 };
 

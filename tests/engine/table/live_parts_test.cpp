@@ -123,6 +123,19 @@ TEST_F(LiveParts, VideoThatComesLaterThanItsSoundIsShownWhenItComes) {
     expect_pictures_in_order();
 }
 
+TEST_F(LiveParts, TheOneProgrammeThatIsThereIsShownFromItsFirstKeyPictureOn) {
+    watch(with_absent_programmes(stream_bytes(recipe_)));
+    EXPECT_TRUE(engine_.wait_for_pictures(20));
+    EXPECT_EQ(engine_.pictures().front().number, 0U);
+    EXPECT_TRUE(is_heard());
+}
+
+TEST_F(LiveParts, SoundAloneIsHeardOfTheOneProgrammeThatIsThere) {
+    recipe_.codec = "none";
+    watch(with_absent_programmes(stream_bytes(recipe_)));
+    EXPECT_TRUE(is_heard());
+}
+
 TEST_F(LiveParts, DataIsTakenWhereNothingElseIs) {
     recipe_.audio = "none";
     const auto made = with_data(stream_bytes(recipe_), DataCarriage::asynchronous);

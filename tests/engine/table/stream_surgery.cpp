@@ -126,6 +126,23 @@ Bytes with_stream_type(const Bytes& stream, unsigned pid, unsigned type) {
     });
 }
 
+Bytes with_absent_programmes(const Bytes& stream) {
+    constexpr std::size_t entries_at = 8; // of a PAT
+    constexpr std::array<std::uint8_t, 16> absent{0, 0x11, 0xF1, 0x11, 0, 0x12, 0xF1, 0x12,
+                                                  0, 0x13, 0xF1, 0x13, 0, 0x14, 0xF1, 0x14};
+    return edited(stream, [&](Packet packet) {
+        const std::size_t table = payload_start(packet) + 1;
+        if (pid_of(packet) == 0 && begins_unit(packet)) {
+            const auto entries = packet.subspan(table + entries_at);
+            std::copy_backward(entries.begin(), entries.end() - absent.size(), entries.end());
+            std::ranges::copy(absent, entries.begin());
+            packet[table + 2] = static_cast<std::uint8_t>(packet[table + 2] + absent.size());
+            put_mpeg_crc(section_at(packet, table));
+        }
+        return Bytes{};
+    });
+}
+
 Bytes with_overflowing_lengths(const Bytes& stream) {
     constexpr std::size_t length_at = 4; // of a PES packet
     constexpr std::size_t behind_length = 6;

@@ -18,8 +18,11 @@ Bytes with_rare_clock(const Bytes& stream, std::chrono::seconds apart);
 /// The stream with another stream_type for a PID in its map.
 Bytes with_stream_type(const Bytes& stream, unsigned pid, unsigned type);
 
-/// The stream with the length of each picture's PES packet as muxers write it that do not know of its limit: of
-/// one that is too long what remains of it.
+/// The stream with four programmes in its PAT, in front of its own, of which nothing is there.
+Bytes with_absent_programmes(const Bytes& stream);
+
+/// The stream with the length of each picture's PES packet as muxers write it that do not know of its limit:
+/// of one that is too long what remains of it.
 Bytes with_overflowing_lengths(const Bytes& stream);
 
 /// Which packets of a PID are meant, by their place in the stream, 0 to 1.

@@ -87,6 +87,7 @@ INSTANTIATE_TEST_SUITE_P(
         StreamCase{"ClockApart", [] { return with_clock_apart(usual_stream()); }},
         StreamCase{"RareClock", [] { return with_rare_clock(usual_stream(), 3s); }},
         StreamCase{"NoDelimiters", [] { return without_delimiters(usual_stream()); }},
+        StreamCase{"AbsentProgrammes", [] { return with_absent_programmes(usual_stream()); }},
         StreamCase{"OverflowingLengths", [] { return with_overflowing_lengths(stream_of_large_pictures()); }},
         StreamCase{"Fields", [] { return make_field_stream(seconds * fps, FieldUnits::both_in_one); }},
         StreamCase{"FieldsApart", [] { return make_field_stream(seconds * fps, FieldUnits::one_each); }}),

@@ -98,6 +98,29 @@ TEST(ProgrammeChooser, TakesTheFirstPlayableProgrammeThatIsSent) {
     EXPECT_EQ(chooser.selection()->programme, 2);
 }
 
+TEST(ProgrammeChooser, LiveTakesTheFirstProgrammeWhoseKeyPictureIsThere) {
+    ProgrammeChooser chooser;
+    chooser.take_first_there();
+    feed_section(chooser, 0, test::pat({{1, 0x100}, {2, 0x200}, {3, 0x300}}));
+    feed_section(chooser, 0x200, test::pmt(2, {{0x1B, 0x201}}));
+    feed_section(chooser, 0x300, test::pmt(3, {{0x1B, 0x301}}));
+    const Bytes other_picture{0, 0, 1, 0x41, 0x9A, 0, 0, 0};
+    const Bytes key_picture{0, 0, 1, 0x65, 0x88, 0, 0, 0};
+    const auto begin = [&](std::uint16_t pid, const Bytes& picture) {
+        chooser.feed(test::parsed(test::packet(pid, 0, true, test::pes(0, 0, picture))));
+    };
+    begin(0x301, other_picture);
+    EXPECT_FALSE(chooser.selection()) << "another one may be there";
+    ProgrammeChooser alone = chooser;
+    begin(0x201, other_picture);
+    begin(0x301, key_picture);
+    ASSERT_TRUE(chooser.selection());
+    EXPECT_EQ(chooser.selection()->programme, 2) << "it is there, too, and named earlier";
+    alone.feed(test::parsed(test::packet(0x301, 0, true, test::pes(0, 0, key_picture))));
+    ASSERT_TRUE(alone.selection());
+    EXPECT_EQ(alone.selection()->programme, 3);
+}
+
 TEST(ProgrammeChooser, DoesNotWaitForeverForAProgrammeThatIsNotSent) {
     ProgrammeChooser chooser;
     feed_section(chooser, 0, test::pat({{1, 0x100}, {2, 0x200}}));
