@@ -72,6 +72,10 @@ void AudioDecoder::open(AVCodecID codec) {
         std::copy(extradata_.begin(), extradata_.end(), context->extradata);
         context->extradata_size = static_cast<int>(extradata_.size());
     }
+    if (codec == AV_CODEC_ID_TRUEHD) {
+        // Its decoder goes by the layout that it is opened with until a frame tells another one.
+        av_channel_layout_default(&context->ch_layout, 2);
+    }
     if (avcodec_open2(context.get(), decoder, nullptr) == 0) {
         context_ = std::move(context);
     }

@@ -15,7 +15,7 @@ constexpr int enough_to_judge = 12;
 constexpr int most_counted = 256;
 
 bool is_disposable(AVCodecID codec, int picture_type, std::span<const std::uint8_t> unit) {
-    if (codec == AV_CODEC_ID_MPEG2VIDEO) {
+    if (codec != AV_CODEC_ID_H264 && codec != AV_CODEC_ID_HEVC) {
         return picture_type == AV_PICTURE_TYPE_B;
     }
     const auto header = first_slice_header(codec, unit);

@@ -3,6 +3,7 @@
 #include "decode/opus_control_header.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace velmora {
 
@@ -55,9 +56,12 @@ unsigned SoundSplitter::split_opus(std::optional<Position> position, const Sink&
 
 unsigned SoundSplitter::split_parsed(std::optional<Position> position, const Sink& sink) {
     if (!parser_) {
+        // A codec without one has a frame in each PES packet.
+        sink({.bytes = std::span<const std::uint8_t>{payload_}.first(payload_size_), .position = position});
         return 0;
     }
     auto rest = std::span<const std::uint8_t>{payload_}.first(payload_size_);
+    bool has_stood_still = false;
     std::int64_t timestamp = position ? position->time_since_epoch().count() : AV_NOPTS_VALUE;
     while (!rest.empty()) {
         std::uint8_t* frame = nullptr;
@@ -65,9 +69,11 @@ unsigned SoundSplitter::split_parsed(std::optional<Position> position, const Sin
         const int used = av_parser_parse2(parser_.get(), context_.get(), &frame, &frame_size, rest.data(),
                                           static_cast<int>(rest.size()), timestamp, AV_NOPTS_VALUE, 0);
         timestamp = AV_NOPTS_VALUE;
-        if (used < 0 || (used == 0 && frame_size == 0)) {
-            return 1;
+        const bool stands_still = used == 0 && frame_size == 0;
+        if (used < 0 || (stands_still && std::exchange(has_stood_still, true))) {
+            return 1; // a parser may do so once, where it finds its first frame
         }
+        has_stood_still = stands_still;
         rest = rest.subspan(static_cast<std::size_t>(used));
         if (frame_size > 0) {
             sink({.bytes = {frame, static_cast<std::size_t>(frame_size)},

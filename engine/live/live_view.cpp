@@ -48,6 +48,7 @@ LiveView::LiveView(std::chrono::milliseconds sync_delay, SignalWatch::Source sou
       sync_delay_{sync_delay}, sounds_{std::make_shared<SoundQueue>(sound_queue_depth)}, clock_{sync_delay},
       slow_decoding_{messages, "live"}, signal_{messages, std::move(source), SteadyClock::now()} {
     units_.hand_out_early();
+    units_.name_unknown_streams();
     units_.set_data_sink([this](const UnitSorter::DataUnit& unit) { take_data(unit); });
     video_.decode_without_delay();
     if (sync_delay == 0ms) {

@@ -30,6 +30,7 @@ ForwardRun::ForwardRun(std::shared_ptr<const FileSource> source, AccessPointFind
                        std::string name, std::function<bool()> may_grow)
     : points_{points}, outlet_{std::move(outlet)}, name_{std::move(name)}, feed_{std::move(source)} {
     feed_.set_may_grow(std::move(may_grow));
+    feed_.units().name_unknown_streams();
     video_.set_hurry(Hurry::to_wanted);
 }
 

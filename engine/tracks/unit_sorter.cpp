@@ -1,10 +1,24 @@
 #include "tracks/unit_sorter.h"
 
+#include "diagnostics/log.h"
 #include "ts/clock_reference.h"
 
+#include <array>
+#include <cstdio>
+#include <string>
 #include <utility>
 
 namespace velmora {
+
+void UnitSorter::name_unknown_streams() {
+    demuxer_.tell_of_unknown([](const ElementaryStream& stream) {
+        std::array<char, 64> text{};
+        std::snprintf(text.data(), text.size(), "stream type 0x%02x on PID 0x%x is not known, left out",
+                      static_cast<unsigned>(stream.type), static_cast<unsigned>(stream.pid));
+        const std::string kind = "stream " + std::to_string(stream.pid); // each has its line
+        log_incident("stream", kind, text.data());
+    });
+}
 
 void UnitSorter::feed(const TsPacket& packet) {
     if (packet.pid == clock_pid_) {

@@ -30,6 +30,8 @@ public:
 
     /// Hands units out as soon as they seem complete, for a stream that is live.
     void hand_out_early() { demuxer_.hand_out_early(); }
+    /// Names each stream that may be playable but is of no known kind on standard error, once.
+    void name_unknown_streams();
     void set_data_sink(DataSink sink) { data_sink_ = std::move(sink); }
     void feed(const TsPacket& packet);
     /// Hands out the units in progress at the end of the stream.
@@ -51,6 +53,8 @@ public:
     /// Bytes of the units that wait.
     std::size_t waiting_bytes() const { return waiting_bytes_; }
 
+    /// See Demuxer::is_scrambled.
+    bool is_scrambled() const { return demuxer_.is_scrambled(); }
     const std::optional<StreamSelection>& selection() const { return demuxer_.selection(); }
     /// Distance of two units of the leading stream.
     Ticks unit_duration() const { return timeline_.unit_duration(); }

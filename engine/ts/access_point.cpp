@@ -1,5 +1,7 @@
 #include "ts/access_point.h"
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstring>
 #include <optional>
@@ -146,6 +148,68 @@ AccessPointResult find_in_mpeg2(Bytes bytes) {
     return {};
 }
 
+using Verdict = AccessPointVerdict;
+
+/// What the byte behind a start code, and those behind it, say of a unit; undecided where they say nothing.
+using StartCodeMeaning = Verdict (*)(Bytes bytes);
+
+AccessPointResult find_by_start_codes(Bytes bytes, StartCodeMeaning meaning) {
+    std::size_t from = 0;
+    while (const auto code = behind_start_code(bytes, from)) {
+        if (*code + 1 >= bytes.size()) {
+            break;
+        }
+        if (const Verdict verdict = meaning(bytes.subspan(*code)); verdict != Verdict::undecided) {
+            return {verdict, 0};
+        }
+        from = *code;
+    }
+    return {};
+}
+
+/// ISO/IEC 14496-2, 6.2.5: the coding type of a VOP.
+Verdict meaning_in_mpeg4(Bytes bytes) {
+    constexpr std::uint8_t vop_start_code = 0xB6;
+    if (bytes[0] != vop_start_code) {
+        return Verdict::undecided;
+    }
+    return bytes[1] >> 6U == 0 ? Verdict::point : Verdict::none;
+}
+
+/// SMPTE ST 421, annex E: a sequence header or entry point in front of a frame.
+Verdict meaning_in_vc1(Bytes bytes) {
+    return bytes[0] == 0x0F || bytes[0] == 0x0E ? Verdict::point
+           : bytes[0] == 0x0D                   ? Verdict::none
+                                                : Verdict::undecided;
+}
+
+/// GB/T 20090.2, 7.1: a sequence header or an I picture.
+Verdict meaning_in_cavs(Bytes bytes) {
+    return bytes[0] == 0xB0 || bytes[0] == 0xB3 ? Verdict::point
+           : bytes[0] == 0xB6                   ? Verdict::none
+                                                : Verdict::undecided;
+}
+
+/// Dirac specification, 9.6: parse units, each behind its prefix.
+AccessPointResult find_in_dirac(Bytes bytes) {
+    constexpr std::array<std::uint8_t, 4> prefix{'B', 'B', 'C', 'D'};
+    constexpr unsigned is_picture = 0x08;
+    constexpr unsigned references = 0x03;
+    for (auto at = bytes.begin();;) {
+        at = std::search(at, bytes.end(), prefix.begin(), prefix.end());
+        if (bytes.end() - at <= std::ssize(prefix)) {
+            return {};
+        }
+        at += std::ssize(prefix);
+        if (*at == 0) { // a sequence header
+            return {Verdict::point, 0};
+        }
+        if ((*at & is_picture) != 0) {
+            return {(*at & references) == 0 ? Verdict::point : Verdict::none, 0};
+        }
+    }
+}
+
 } // namespace
 
 AccessPointResult find_access_point(AVCodecID codec, std::span<const std::uint8_t> bytes, bool is_whole) {
@@ -160,6 +224,18 @@ AccessPointResult find_access_point(AVCodecID codec, std::span<const std::uint8_
     case AV_CODEC_ID_MPEG1VIDEO:
     case AV_CODEC_ID_MPEG2VIDEO:
         result = find_in_mpeg2(bytes);
+        break;
+    case AV_CODEC_ID_MPEG4:
+        result = find_by_start_codes(bytes, meaning_in_mpeg4);
+        break;
+    case AV_CODEC_ID_VC1:
+        result = find_by_start_codes(bytes, meaning_in_vc1);
+        break;
+    case AV_CODEC_ID_CAVS:
+        result = find_by_start_codes(bytes, meaning_in_cavs);
+        break;
+    case AV_CODEC_ID_DIRAC:
+        result = find_in_dirac(bytes);
         break;
     default:
         result.verdict = AccessPointVerdict::point;

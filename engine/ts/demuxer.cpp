@@ -9,6 +9,7 @@ void Demuxer::feed(const TsPacket& packet) {
     if (packet.transport_error) {
         return;
     }
+    scrambling_.feed(packet);
     if (chooser_.feed(packet)) {
         select();
     }
@@ -59,7 +60,13 @@ std::span<const std::uint8_t> Demuxer::video_in_progress() const {
     return video == tracks_.end() ? std::span<const std::uint8_t>{} : video->assembler.payload_in_progress();
 }
 
+bool Demuxer::is_scrambled() const {
+    const auto wanted = chooser_.wanted();
+    return std::ranges::any_of(wanted, [this](std::uint16_t pid) { return scrambling_.is_scrambled(pid); });
+}
+
 void Demuxer::restart(const StreamSelection* selection) {
+    scrambling_.restart();
     continuity_.restart();
     for (Track& track : tracks_) {
         track.assembler.restart();

@@ -3,6 +3,7 @@
 
 #include "ts/continuity.h"
 #include "ts/pes.h"
+#include "ts/scrambling_watch.h"
 #include "ts/stream_selection.h"
 #include "ts/ts_packet.h"
 
@@ -38,6 +39,8 @@ public:
         is_early_ = true;
         chooser_.take_first_there();
     }
+    /// See ProgrammeChooser::tell_of_unknown.
+    void tell_of_unknown(ProgrammeChooser::StreamSink sink) { chooser_.tell_of_unknown(std::move(sink)); }
     void feed(const TsPacket& packet);
     /// The next event, in stream order.
     std::optional<DemuxEvent> next();
@@ -49,6 +52,9 @@ public:
     /// @param selection what is in force behind the jump, if it is known; else the present one stays
     void restart(const StreamSelection* selection);
 
+    /// The video, or the sound where there is none, has come scrambled for half a second and nothing of it
+    /// clear.
+    bool is_scrambled() const;
     const std::optional<StreamSelection>& selection() const { return chooser_.selection(); }
     /// Continuity errors of the selected streams so far.
     std::uint64_t continuity_errors() const { return continuity_errors_; }
@@ -68,6 +74,7 @@ private:
 
     ProgrammeChooser chooser_;
     ContinuityWatch continuity_;
+    ScramblingWatch scrambling_;
     std::vector<Track> tracks_;
     std::deque<DemuxEvent> events_;
     std::uint64_t continuity_errors_{0};

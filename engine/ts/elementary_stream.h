@@ -26,7 +26,15 @@ struct ElementaryStream {
 
 /// @param stream_type as in the PMT
 /// @param descriptors the ES_info descriptors
+/// @param programme_format registered for the whole programme; 0 = none
 ElementaryStream describe_elementary_stream(std::uint8_t stream_type, std::uint16_t pid,
-                                            std::span<const std::uint8_t> descriptors);
+                                            std::span<const std::uint8_t> descriptors,
+                                            std::uint32_t programme_format = 0);
+
+/// The format_identifier of the first registration descriptor; 0 = there is none.
+std::uint32_t registered_format(std::span<const std::uint8_t> descriptors);
+
+/// Whether an unknown stream may carry pictures, sound or data.
+bool may_be_playable(const ElementaryStream& stream);
 
 } // namespace velmora

@@ -99,11 +99,13 @@ bool ProgrammeTables::read_pmt(std::span<const std::uint8_t> section, std::uint1
     }
     programme.pcr_pid = read_pid(section, 8);
     const std::size_t end = section.size() - crc_size;
-    std::size_t at = fixed_size + read_12(section, 10);
+    const std::size_t programme_size = std::min(read_12(section, 10), end - fixed_size);
+    const std::uint32_t format = registered_format(section.subspan(fixed_size, programme_size));
+    std::size_t at = fixed_size + programme_size;
     while (at + 5 <= end) {
         const std::size_t descriptors_size = std::min(read_12(section, at + 3), end - at - 5);
-        programme.streams.push_back(describe_elementary_stream(section[at], read_pid(section, at + 1),
-                                                               section.subspan(at + 5, descriptors_size)));
+        programme.streams.push_back(describe_elementary_stream(
+            section[at], read_pid(section, at + 1), section.subspan(at + 5, descriptors_size), format));
         at += 5 + descriptors_size;
     }
     if (entry->programme == programme) {

@@ -45,6 +45,9 @@ bool ProgrammeChooser::feed(const TsPacket& packet) {
         return false;
     }
     if (tables_.feed(packet)) {
+        if (on_unknown_) {
+            tell_of_unknown_in_tables();
+        }
         packets_ = 0;
         units_.clear();
         scrambled_.clear();
@@ -85,6 +88,16 @@ bool ProgrammeChooser::has_waited() const {
     return selection_ && units_seen(selection_->video) + units_seen(selection_->audio) > 1;
 }
 
+void ProgrammeChooser::tell_of_unknown_in_tables() {
+    for (const Programme& programme : tables_.programmes()) {
+        for (const ElementaryStream& stream : programme.streams) {
+            if (may_be_playable(stream) && told_.insert({stream.pid, stream.type}).second) {
+                on_unknown_(stream);
+            }
+        }
+    }
+}
+
 bool ProgrammeChooser::restart(const StreamSelection* selection) {
     tables_.restart();
     return selection != nullptr && adopt(*selection);
@@ -98,6 +111,19 @@ std::optional<std::uint16_t> ProgrammeChooser::clock_pid() const {
     return selected != programmes.end() && selected->pcr_pid != null_packet_pid
                ? std::optional{selected->pcr_pid}
                : std::nullopt;
+}
+
+std::vector<std::uint16_t> ProgrammeChooser::wanted() const {
+    if (const auto& played = with_video_ ? with_video_ : selection_) {
+        return {played->leading().pid};
+    }
+    std::vector<std::uint16_t> pids;
+    for (const Programme& programme : tables_.programmes()) {
+        if (const StreamSelection candidate = select_streams(programme); candidate.is_playable()) {
+            pids.push_back(candidate.leading().pid);
+        }
+    }
+    return pids;
 }
 
 int ProgrammeChooser::units_seen(const std::optional<ElementaryStream>& stream) const {

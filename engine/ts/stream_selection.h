@@ -5,9 +5,12 @@
 #include "ts/programme_tables.h"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
+#include <utility>
+#include <vector>
 
 namespace velmora {
 
@@ -37,12 +40,17 @@ public:
     /// For a stream that is live: does not wait for programmes that the tables name earlier, once the key
     /// picture of another one has begun.
     void take_first_there() { takes_first_there_ = true; }
+    using StreamSink = std::function<void(const ElementaryStream&)>;
+    /// Tells of each stream that may be playable but is of no known kind, once.
+    void tell_of_unknown(StreamSink sink) { on_unknown_ = std::move(sink); }
     /// @return true when the selection changed
     bool feed(const TsPacket& packet);
     /// Nothing while no playable programme is known.
     const std::optional<StreamSelection>& selection() const { return selection_; }
     /// Where the clock references of the selected programme come (PCR_PID of its PMT).
     std::optional<std::uint16_t> clock_pid() const;
+    /// PIDs of the leading stream of what is played, as announced; of all that may be while nothing is.
+    std::vector<std::uint16_t> wanted() const;
     /// Drops sections in progress, before a jump in the stream.
     /// @param selection what is in force behind the jump, if it is known
     /// @return true when the selection changed
@@ -61,9 +69,13 @@ private:
     bool adopt(const StreamSelection& selection);
     int units_seen(const std::optional<ElementaryStream>& stream) const;
 
+    void tell_of_unknown_in_tables();
+
     ProgrammeTables tables_;
-    std::map<std::uint16_t, int> units_; ///< how many units began on each PID in the clear
-    std::set<std::uint16_t> scrambled_;  ///< PIDs
+    StreamSink on_unknown_;
+    std::set<std::pair<std::uint16_t, std::uint8_t>> told_; ///< PIDs with their stream types
+    std::map<std::uint16_t, int> units_;                    ///< how many units began on each PID in the clear
+    std::set<std::uint16_t> scrambled_;                     ///< PIDs
     std::optional<StreamSelection> selection_;
     std::optional<StreamSelection>
         with_video_;           ///< the selected programme as announced, while its video is not sent

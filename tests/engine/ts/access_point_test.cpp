@@ -48,6 +48,18 @@ TEST(AccessPoint, Mpeg2SequenceHeaderOrIntraPicture) {
     EXPECT_EQ(verdict(AV_CODEC_ID_MPEG2VIDEO, units({{0x00, 0x00, 0x10, 0}})), AccessPointVerdict::none);
 }
 
+TEST(AccessPoint, WhatNeedsNothingInFrontOfItInOtherCodecs) {
+    EXPECT_EQ(verdict(AV_CODEC_ID_MPEG4, units({{0xB0, 1}, {0xB6, 0x10}})), AccessPointVerdict::point);
+    EXPECT_EQ(verdict(AV_CODEC_ID_MPEG4, units({{0xB6, 0x50}})), AccessPointVerdict::none);
+    EXPECT_EQ(verdict(AV_CODEC_ID_VC1, units({{0x0F, 1}, {0x0D, 1}})), AccessPointVerdict::point);
+    EXPECT_EQ(verdict(AV_CODEC_ID_VC1, units({{0x0D, 1}})), AccessPointVerdict::none);
+    EXPECT_EQ(verdict(AV_CODEC_ID_CAVS, units({{0xB3, 1}})), AccessPointVerdict::point);
+    EXPECT_EQ(verdict(AV_CODEC_ID_CAVS, units({{0xB6, 1}})), AccessPointVerdict::none);
+    EXPECT_EQ(verdict(AV_CODEC_ID_DIRAC, {'B', 'B', 'C', 'D', 0x00, 0}), AccessPointVerdict::point);
+    EXPECT_EQ(verdict(AV_CODEC_ID_DIRAC, {'B', 'B', 'C', 'D', 0x09, 0}), AccessPointVerdict::none);
+    EXPECT_EQ(verdict(AV_CODEC_ID_DIRAC, {'B', 'B', 'C', 'D', 0x08, 0}), AccessPointVerdict::point);
+}
+
 TEST(AccessPoint, WaitsForTheFirstSliceWhateverIsCutOff) {
     const Bytes unit = units({{9, 0xF0}, {6, 6, 1, 0x84, 0x80}, {0x67, 1}, {0x41, 0x9A}});
     for (std::size_t size = 0; size < unit.size() - 1; ++size) {

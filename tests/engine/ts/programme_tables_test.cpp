@@ -75,7 +75,27 @@ TEST(ElementaryStreams, AreRecognisedByTypeAndDescriptors) {
     EXPECT_EQ(codec(0x06, {0x05, 4, 'K', 'L', 'V', 'A'}), AV_CODEC_ID_SMPTE_KLV);
     EXPECT_EQ(codec(0x15, {}), AV_CODEC_ID_SMPTE_KLV);
     EXPECT_EQ(describe_elementary_stream(0x86, 0x101, {}).kind, StreamKind::unknown);
+    EXPECT_EQ(codec(0x10, {}), AV_CODEC_ID_MPEG4);
+    EXPECT_EQ(codec(0x42, {}), AV_CODEC_ID_CAVS);
+    EXPECT_EQ(codec(0xEA, {}), AV_CODEC_ID_VC1);
+    EXPECT_EQ(codec(0x88, {0x05, 4, 'V', 'C', '-', '1'}), AV_CODEC_ID_VC1) << "a type of its user's own";
+    EXPECT_EQ(codec(0x06, {0x05, 4, 'B', 'S', 'S', 'D'}), AV_CODEC_ID_S302M);
+    EXPECT_EQ(codec(0x06, {0x05, 4, 'D', 'T', 'S', '2'}), AV_CODEC_ID_DTS);
+    EXPECT_EQ(codec(0x06, {0x7B, 1, 0}), AV_CODEC_ID_DTS);
+    EXPECT_EQ(codec(0x06, {0x7F, 2, 0x0E, 0}), AV_CODEC_ID_DTS);
+    EXPECT_EQ(codec(0x06, {0x7C, 1, 0}), AV_CODEC_ID_AAC);
     EXPECT_EQ(codec(0x06, {0x05, 200, 'K'}), AV_CODEC_ID_BIN_DATA) << "a descriptor beyond its loop";
+}
+
+TEST(ElementaryStreams, AreOthersOnBluRayDiscs) {
+    const std::uint32_t blu_ray = registered_format(Bytes{0x05, 4, 'H', 'D', 'M', 'V'});
+    const auto codec = [&](std::uint8_t type) {
+        return describe_elementary_stream(type, 0x101, {}, blu_ray).codec;
+    };
+    EXPECT_EQ(codec(0x80), AV_CODEC_ID_PCM_BLURAY);
+    EXPECT_EQ(codec(0x86), AV_CODEC_ID_DTS);
+    EXPECT_EQ(codec(0x1B), AV_CODEC_ID_H264);
+    EXPECT_EQ(describe_elementary_stream(0x80, 0x101, {}).codec, AV_CODEC_ID_MPEG2VIDEO);
 }
 
 /// Unit starts on a PID, as many as asked for.
