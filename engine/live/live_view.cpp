@@ -461,6 +461,7 @@ void LiveView::watch_signal() {
     using enum SignalWatch::Content;
     const auto& selection = units_.selection();
     sight_.content = !selection ? unknown : (selection->video ? video : no_video);
+    sight_.is_scrambled = units_.is_scrambled();
     const auto per_second = units_.meter().units_per_second();
     sight_.picture_interval = per_second > 0 ? std::chrono::nanoseconds{1s} / per_second : 0ns;
     {

@@ -190,7 +190,7 @@ Verdict meaning_in_cavs(Bytes bytes) {
                                                 : Verdict::undecided;
 }
 
-/// Dirac specification, 9.6: parse units, each behind its prefix.
+/// Dirac, 9.6: parse units, each behind its prefix.
 AccessPointResult find_in_dirac(Bytes bytes) {
     constexpr std::array<std::uint8_t, 4> prefix{'B', 'B', 'C', 'D'};
     constexpr unsigned is_picture = 0x08;

@@ -152,6 +152,11 @@ TEST_F(LiveParts, SoundIsHeardBesideScrambledVideo) {
     EXPECT_TRUE(is_heard());
     EXPECT_EQ(engine_.picture_count(), 0U);
     EXPECT_EQ(engine_.info().get_strm_info.v_codec, 0) << "none that can be seen";
+    EXPECT_TRUE(engine_.wait_for_info([this](const velmora_info_t&) {
+        const velmora_message_t message = engine_.message();
+        return message.kind == MESSAGE_ERROR + MESSAGE_LASTING &&
+               std::string{message.text}.find("is scrambled") != std::string::npos;
+    }));
 }
 
 TEST_F(LiveParts, PicturesAreShownBesideScrambledSound) {
