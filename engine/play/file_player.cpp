@@ -58,7 +58,7 @@ void FilePlayer::open() {
     auto tags = std::make_unique<TagList>(source_->path());
     const std::lock_guard lock{mutex_};
     tags_ = std::move(tags);
-    if (tempo_.is_reverse() && !tempo_.is_paused()) {
+    if (tempo_.is_reverse()) {
         wanted_position_ = the_end;
     } else {
         forward_->begin_with_preview();

@@ -36,7 +36,7 @@ class FilePlayer {
 public:
     struct Setup {
         std::string latin1_path;
-        Tempo tempo; ///< reverse begins at the end; in pause the first picture is shown
+        Tempo tempo; ///< reverse begins with the last picture, also in pause
         SidecarUse sidecar{SidecarUse::none};
         bool repeats{false}; ///< at its end it begins again, in reverse at its start with the end
     };

@@ -64,7 +64,7 @@ void ForwardRun::restart(const DecodingStart& start, Position target) {
 }
 
 void ForwardRun::set_magnitude(double magnitude) {
-    const bool regains_sound = magnitude == 1.0 && magnitude_ > 1.0;
+    const bool regains_sound = magnitude == 1.0 && magnitude_ > 1.0 && !sound_only();
     if (magnitude == 0.0) {
         return; // what is decoded waits
     }
@@ -297,10 +297,12 @@ bool ForwardRun::finish_tracks() {
     if (step_back()) {
         return true;
     }
-    if (finds_nothing()) {
-        try_next_approach();
-    } else {
+    if (has_played_) {
         outlet_.nothing_beyond(target_);
+    } else if (started_at_) {
+        restart(std::nullopt, target_); // no access point served: as if there were none
+    } else {
+        try_next_approach();
     }
     return true;
 }
@@ -319,7 +321,8 @@ void ForwardRun::try_next_approach() {
     } else {
         throw UnplayableFile{"has no picture or sound that can be decoded"};
     }
-    restart(std::nullopt, target_);
+    // Sound that is played for want of pictures need not reach as far as they do.
+    restart(std::nullopt, sound_only() ? Position{} : target_);
 }
 
 std::optional<Position> ForwardRun::limit() const {

@@ -1,6 +1,5 @@
 // Streams of which the beginning, from which everything else is decoded, is lost.
 #include "engine_under_test.h"
-#include "packet_edit.h"
 #include "scratch_files.h"
 #include "stream_surgery.h"
 #include "support/stream_maker.h"
@@ -16,8 +15,7 @@
 
 namespace {
 
-using packet_edit::packet_size;
-
+constexpr std::size_t packet_size = 188;
 constexpr unsigned video_pid = 0x100;
 constexpr unsigned sound_pid = 0x101;
 
@@ -29,18 +27,6 @@ StreamRecipe two_seconds(int gop) {
     recipe.duration = 2;
     recipe.gop = gop;
     return recipe;
-}
-
-/// Where the packets are with which a picture begins.
-std::vector<std::size_t> picture_starts(Bytes& stream) {
-    std::vector<std::size_t> starts;
-    for (std::size_t at = 0; at + packet_size <= stream.size(); at += packet_size) {
-        const auto packet = std::span{stream}.subspan(at).first<packet_size>();
-        if (packet_edit::pid_of(packet) == video_pid && packet_edit::begins_unit(packet)) {
-            starts.push_back(at);
-        }
-    }
-    return starts;
 }
 
 /// The first picture keeps its head only, and of the second key picture no more than that is there.

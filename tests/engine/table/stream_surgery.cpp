@@ -203,3 +203,16 @@ Bytes without_packets(const Bytes& stream, unsigned pid, const Part& part) {
     }
     return result;
 }
+
+std::vector<std::size_t> picture_starts(const Bytes& stream) {
+    constexpr unsigned video_pid = 0x100;
+    std::vector<std::size_t> starts;
+    for (std::size_t at = 0; at + packet_size <= stream.size(); at += packet_size) {
+        const auto packet = std::span{stream}.subspan(at, packet_size);
+        const unsigned pid = (packet[1] & 0x1FU) << 8U | packet[2];
+        if (pid == video_pid && (packet[1] & 0x40U) != 0) {
+            starts.push_back(at);
+        }
+    }
+    return starts;
+}

@@ -4,7 +4,9 @@
 #include "scratch_files.h"
 
 #include <chrono>
+#include <cstddef>
 #include <functional>
+#include <vector>
 
 /// The stream without the delimiters between its pictures.
 Bytes without_delimiters(const Bytes& stream);
@@ -33,3 +35,6 @@ Bytes scrambled(const Bytes& stream, unsigned pid, const Part& part);
 
 /// The stream without packets of a PID, which the map goes on to name.
 Bytes without_packets(const Bytes& stream, unsigned pid, const Part& part);
+
+/// Where the packets are with which a picture begins, bytes.
+std::vector<std::size_t> picture_starts(const Bytes& stream);
