@@ -89,16 +89,18 @@ private:
         scanned_ = reader_.offset();
         const bool ends_now = !goes_on && !is_growing && (is_more || !is_finished_);
         index_->set_growing(is_growing);
+        bool is_progress = is_more || ends_now;
         if (ends_now) {
             collector_->finish();
             if (sidecar_ == SidecarUse::kept) {
                 save_sidecar(*source_, *index_, scanned_);
             }
-        } else if (is_more && scanned_ > known_size_) {
+        } else if ((is_more && scanned_ > known_size_) || (!goes_on && !index_->extent().complete)) {
             collector_->publish_extent(!goes_on);
+            is_progress = true;
         }
         is_finished_ = !goes_on && !is_growing;
-        if (is_more || ends_now) {
+        if (is_progress) {
             on_progress_();
         }
         if (!goes_on) {
@@ -137,6 +139,10 @@ IndexScanner::IndexScanner(std::shared_ptr<const FileSource> source, std::shared
               FileScan{source, index, sidecar, on_progress}.run(stop);
           } catch (const std::exception& error) {
               log_incident("index", "scan", std::string{"scanning ended early: "} + error.what());
+              // Nobody waits for what will not come any more.
+              const IndexExtent extent = index->extent();
+              index->set_extent(extent.end, extent.last_picture, true);
+              on_progress();
           }
       }} {}
 

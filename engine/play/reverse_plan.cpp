@@ -124,6 +124,9 @@ double ReversePlan::part_in_time(AVDiscard skip, const Situation& situation) con
 
 /// Whether the stretch, and what is in front of it as well, can be begun later.
 bool ReversePlan::can_wait(const Situation& situation, const Stretch& stretch, Seconds needed) const {
+    if (situation.held == 0) {
+        return false; // nothing would be shown in the meantime, and then ask again
+    }
     const double rest = situation.distance - stretch.covered;
     const Seconds needed_then = effort_ * cost(stretch.skip) *
                                 (stretch.covered < situation.distance ? rest : situation.group_in_front);

@@ -18,6 +18,7 @@ namespace {
 constexpr std::size_t packet_size = 188;
 constexpr unsigned video_pid = 0x100;
 constexpr unsigned sound_pid = 0x101;
+constexpr std::array<std::uint8_t, 4> key_slice{0, 0, 1, 0x65};
 
 StreamRecipe two_seconds(int gop) {
     StreamRecipe recipe;
@@ -35,7 +36,6 @@ Bytes without_whole_key_pictures() {
     Bytes stream = read_bytes(make_stream(two_seconds(group)));
     const auto starts = picture_starts(stream);
     stream.resize(starts.at(group) + packet_size);
-    constexpr std::array<std::uint8_t, 4> key_slice{0, 0, 1, 0x65};
     const auto last_slice = std::find_end(stream.begin(), stream.end(), key_slice.begin(), key_slice.end());
     std::fill(last_slice + key_slice.size() + 1, stream.end(), std::uint8_t{0});
     const auto begin = stream.begin();
@@ -76,6 +76,27 @@ TEST_F(LostAccessPoint, SeeksShowWhatPlayingShows) {
     EXPECT_TRUE(engine_.wait_for_info(is_at_start));
     engine_.seek(9);
     EXPECT_TRUE(engine_.wait_for_info(is_at_start)) << "backward again from the end";
+}
+
+TEST_F(LostAccessPoint, BackwardPlayGoesOnInFrontOfAGroupOfWhichNothingIsLeft) {
+    constexpr int group = 100;
+    StreamRecipe recipe = two_seconds(group);
+    recipe.duration = 12;
+    Bytes stream = read_bytes(make_stream(recipe));
+    const auto starts = picture_starts(stream);
+    const auto key = stream.begin() + static_cast<std::ptrdiff_t>(starts.at(group));
+    const auto behind_key = stream.begin() + static_cast<std::ptrdiff_t>(starts.at(group + 1));
+    const auto slice = std::search(key, behind_key, key_slice.begin(), key_slice.end());
+    std::fill(slice + key_slice.size() + 1, key + 8 * packet_size, std::uint8_t{0});
+    stream.erase(key + 8 * packet_size,
+                 stream.begin() + static_cast<std::ptrdiff_t>(starts.at(std::size_t{2} * group)));
+    ASSERT_EQ(engine_.play(scratch_.write("hole.ts", stream), PLAYER_SPD_PAUSE), 0);
+    engine_.seek(9);
+    ASSERT_TRUE(engine_.wait_for_info([&](const velmora_info_t&) { return engine_.last_number() == 225U; }));
+    engine_.set_tempo(PLAYER_DIR_PREVWARD, PLAYER_SPD_X2);
+    EXPECT_TRUE(engine_.wait_for_info([&](const velmora_info_t&) {
+        return engine_.last_number().value_or(group) < group;
+    })) << "nothing wakes it but its own need";
 }
 
 TEST_F(LostAccessPoint, WhereOnlySoundIsLeftASeekBehindItsEndEndsThere) {
