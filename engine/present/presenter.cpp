@@ -49,20 +49,30 @@ void Presenter::attach(std::shared_ptr<PictureSource> source) {
     }
     source_ = std::move(source);
     catch_up_ = {};
-    source_->display = display_.value_or(PictureSize{});
-    redraw_ = source_->picture_lasts && source_->shown.frame != nullptr;
+    redraw_ = source_ && source_->picture_lasts && source_->shown.frame;
+    if (source_) {
+        source_->display = display_.value_or(PictureSize{});
+    }
     woken_ = true;
     changed_.notify_one();
 }
 
 void Presenter::detach(const PictureSource& source) {
     Lock lock{mutex_};
-    if (source_.get() != &source) {
-        return;
+    if (source_.get() == &source) {
+        source_.reset();
+        redraw_ = false;
     }
-    source_.reset();
-    delivered_.wait(lock, [&] { return !delivering_; });
-    redraw_ = false;
+    if (!is_own_thread()) {
+        delivered_.wait(lock, [&] { return delivering_.get() != &source; });
+    }
+}
+
+void Presenter::settle() {
+    Lock lock{mutex_};
+    if (!is_own_thread()) {
+        delivered_.wait(lock, [&] { return delivering_ == nullptr || delivering_ == source_; });
+    }
 }
 
 void Presenter::wake() {
@@ -170,7 +180,7 @@ void Presenter::look_ahead() {
 
 void Presenter::begin_run(Lock& lock, Picture picture) {
     const auto source = source_;
-    delivering_ = true;
+    delivering_ = source;
     lock.unlock();
     if (source->recent) {
         source->recent->forget();
@@ -182,9 +192,8 @@ void Presenter::begin_run(Lock& lock, Picture picture) {
         source->on_delivered(picture);
     }
     lock.lock();
-    delivering_ = false;
     source->shown = std::move(picture);
-    delivered_.notify_all();
+    end_delivery();
 }
 
 /// Keeps what belongs to one uninterrupted stretch of plain playing.
@@ -203,7 +212,7 @@ void Presenter::deliver(Lock& lock, Picture picture, bool is_new) {
     const auto display = display_;
     const auto callback = callback_;
     void* const user = user_;
-    delivering_ = true;
+    delivering_ = source;
     lock.unlock();
     try {
         const PictureSize size = delivered_size(square_pixel_size(*picture.frame), display);
@@ -225,10 +234,14 @@ void Presenter::deliver(Lock& lock, Picture picture, bool is_new) {
         log_incident("presenter", "delivery", std::string{"a picture was left out: "} + error.what());
     }
     lock.lock();
-    delivering_ = false;
     if (is_new) {
         source->shown = std::move(picture);
     }
+    end_delivery();
+}
+
+void Presenter::end_delivery() {
+    delivering_.reset();
     delivered_.notify_all();
 }
 

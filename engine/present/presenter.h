@@ -15,8 +15,8 @@
 namespace velmora {
 
 /// Owns the only thread that calls the overlay callback, from construction to destruction.
-/// All operations may be called from any thread; none waits for media work, detach and the destructor wait
-/// for a callback in progress.
+/// All operations may be called from any thread; none waits for media work, detach, settle and the destructor
+/// wait for a callback in progress, unless they are called from inside of it.
 class Presenter {
 public:
     Presenter();
@@ -27,9 +27,12 @@ public:
     void set_overlay(velmora_user_overlay_callback_t callback, void* user);
     /// Pictures are delivered at the size that fits; the one shown is delivered again.
     void set_display_size(PictureSize size);
-    /// Shows the pictures of `source` from now on, instead of what was shown: at once the one that it showed
-    /// last, if there is one.
+    /// Shows the pictures of `source` from now on, or of none, instead of what was shown: at once the one
+    /// that it showed last, if there is one. A picture of another one may still be on its way until settle()
+    /// has returned.
     void attach(std::shared_ptr<PictureSource> source);
+    /// After return no picture is delivered of a source that was attached before the present one.
+    void settle();
     /// After return no picture of `source` is delivered any more. It keeps the picture that it showed last.
     void detach(const PictureSource& source);
     /// To be called when something changed that decides what is due: a picture came, the clock was set.
@@ -46,6 +49,7 @@ private:
     void begin_run(Lock& lock, Picture picture);
     static void remember(const PictureSource& source, const Picture& picture, const RgbPicture& rgb);
     void deliver(Lock& lock, Picture picture, bool is_new);
+    void end_delivery();
 
     std::mutex mutex_;
     std::condition_variable_any changed_;
@@ -57,7 +61,7 @@ private:
     std::optional<PictureSize> display_;
     bool redraw_{false};
     bool woken_{false};
-    bool delivering_{false};
+    std::shared_ptr<const PictureSource> delivering_; ///< whose picture is handed over at the moment
     CatchUp catch_up_;
 
     PictureConverter converter_; ///< the presenter's thread only

@@ -104,8 +104,14 @@ void Session::stop_view() {
     live_.stop_view();
 }
 
-/// Attaches the activity that has the display, and tells each whether it is seen.
+/// Attaches the activity that has the display, and tells each whether it is seen. After return no picture of
+/// the other one is delivered.
 void Session::give_display() {
+    attach_owner();
+    presenter_.settle(); // without the lock, which the callback that is waited for may need
+}
+
+void Session::attach_owner() {
     const auto view = live_.view();
     const std::lock_guard lock{mutex_};
     const bool to_playback = display_owner_ == PLAYBACK_APP;
@@ -122,6 +128,8 @@ void Session::give_display() {
     } else if (!to_playback && view) {
         presenter_.attach(view->pictures());
         audio_.attach(view->sounds(), view->sound_clock());
+    } else {
+        presenter_.attach(nullptr);
     }
 }
 

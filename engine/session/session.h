@@ -61,6 +61,7 @@ private:
     std::shared_ptr<FilePlayer> player() const;
     void update_playback(const playback_event_t& event);
     void give_display();
+    void attach_owner();
     void give_display_to(int owner);
 
     MessageBoard messages_; ///< first: everything below may say something until it ends

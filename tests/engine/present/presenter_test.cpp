@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <semaphore>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -73,6 +76,47 @@ TEST(Presenter, ShowsTheFirstPictureOfARunThatBeganWhileItTookAStaleOne) {
     presenter.attach(source);
     EXPECT_TRUE(watch.wait_for_generation(2));
     presenter.detach(*source);
+}
+
+/// A source whose picture takes its time on the way to the screen.
+class SlowDelivery {
+public:
+    SlowDelivery() {
+        source_->on_shown = [this](const Picture&) {
+            begun_.release();
+            std::this_thread::sleep_for(100ms);
+            is_over_ = true;
+        };
+        source_->pictures.try_push(picture(0, true));
+    }
+    const std::shared_ptr<PictureSource>& source() const { return source_; }
+    void wait_until_begun() { begun_.acquire(); }
+    bool is_over() const { return is_over_; }
+
+private:
+    std::shared_ptr<PictureSource> source_ = std::make_shared<PictureSource>();
+    std::binary_semaphore begun_{0};
+    std::atomic<bool> is_over_{false};
+};
+
+TEST(Presenter, DetachingWaitsForAPictureOnItsWayWhateverIsAttached) {
+    SlowDelivery delivery;
+    Presenter presenter;
+    presenter.attach(delivery.source());
+    delivery.wait_until_begun();
+    presenter.attach(std::make_shared<PictureSource>());
+    presenter.detach(*delivery.source());
+    EXPECT_TRUE(delivery.is_over());
+}
+
+TEST(Presenter, SettlesWhenNoPictureOfAnotherSourceIsOnItsWay) {
+    SlowDelivery delivery;
+    Presenter presenter;
+    presenter.attach(delivery.source());
+    delivery.wait_until_begun();
+    presenter.attach(nullptr);
+    presenter.settle();
+    EXPECT_TRUE(delivery.is_over());
 }
 
 /// Shows four pictures whose time has come 300, 260, 220 and 180 milliseconds ago.

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <thread>
 
@@ -232,6 +233,23 @@ TEST_F(LiveView, WhatIsReceivedIsSentOnWhereAsked) {
     const StreamSender sender{stream_bytes(small_live_stream()), recipe};
     EXPECT_TRUE(other.wait_for_pictures(25));
     EXPECT_EQ(other.info().get_strm_info.inp_dec_error, 0);
+}
+
+TEST_F(LiveView, TakesTheDisplayWhenNoPictureOfTheFileIsOnItsWayAnyMore) {
+    ASSERT_EQ(view(engine_, live_setup(port_)), 0);
+    std::atomic<int> begun{0};
+    std::atomic<int> ended{0};
+    engine_.set_in_callback([&] {
+        ++begun;
+        std::this_thread::sleep_for(100ms);
+        ++ended;
+    });
+    ASSERT_EQ(engine_.play(make_stream(small_live_stream())), 0);
+    ASSERT_TRUE(engine_.wait_for_info([&](const velmora_info_t&) { return begun > ended; }));
+    engine_.table().Velmora_switch_dispatch(engine_.handle(), 0);
+    EXPECT_EQ(begun, ended);
+    engine_.stop();
+    EXPECT_EQ(begun, ended) << "nor does any come later";
 }
 
 } // namespace
