@@ -45,7 +45,8 @@ RunOutlet FilePlayer::make_outlet() {
             .sound_begins = [this](Position position) { sound_begins(position); },
             .nothing_beyond = [this](Position target) { rest(Rest::at_end, target); },
             .facts_changed = [this] { update_facts(); },
-            .decoded = [this](std::uint64_t pictures) { count_decoded(pictures); }};
+            .decoded = [this](std::uint64_t pictures) { count_decoded(pictures); },
+            .failed = [this](std::uint64_t errors) { count_errors(errors); }};
 }
 
 void FilePlayer::open() {
@@ -240,6 +241,13 @@ void FilePlayer::count_decoded(std::uint64_t pictures) {
     board_.update([&](PlaybackFacts&, StreamCounters& counters) { counters.decoded_pictures += pictures; });
 }
 
+void FilePlayer::count_errors(std::uint64_t errors) {
+    if (errors > 0) {
+        other_errors_ += errors;
+        update_facts();
+    }
+}
+
 void FilePlayer::update_facts() {
     const UnitSorter& units = forward_->feed().units();
     const VideoTrack& video = forward_->video();
@@ -250,7 +258,8 @@ void FilePlayer::update_facts() {
         facts.stream.video_codec = video.codec();
         forward_->sound().report(facts.stream);
         facts.stream.data_codec = selection && selection->data ? selection->data->codec : AV_CODEC_ID_NONE;
-        counters.errors = video.errors() + forward_->sound().errors() + units.continuity_errors();
+        counters.errors =
+            video.errors() + forward_->sound().errors() + units.continuity_errors() + other_errors_;
         counters.data_units = units.data_units();
     });
 }

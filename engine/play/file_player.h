@@ -100,6 +100,7 @@ private:
     void wait_for_work(const std::stop_token& stop);
     bool take_commands();
     void count_decoded(std::uint64_t pictures);
+    void count_errors(std::uint64_t errors);
     void update_facts();
     std::optional<SteadyTime> hand_out_data();
     void set_readiness(Readiness readiness);
@@ -144,6 +145,7 @@ private:
     std::unique_ptr<AccessPointFinder> points_;
     std::unique_ptr<ForwardRun> forward_;
     std::unique_ptr<PlayRun> other_; ///< runs instead of forward_
+    std::uint64_t other_errors_{0};  ///< met by runs beside forward_
     DueData data_;
     Tempo followed_;            ///< the tempo that the active run knows of
     Position resting_extent_{}; ///< the last picture known when playing came to rest

@@ -63,6 +63,8 @@ bool KeyRun::work() {
         pending_ = std::move(picture);
     }
     outlet_.decoded(video_.take_decoded());
+    const std::uint64_t errors = video_.errors() + feed_.units().continuity_errors();
+    outlet_.failed(errors - std::exchange(told_errors_, errors));
     outlet_.facts_changed();
     return true;
 }

@@ -7,6 +7,7 @@
 #include "play/play_run.h"
 #include "tracks/video_track.h"
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 
@@ -40,6 +41,7 @@ private:
     VideoTrack video_;
     Ticks spacing_{0}; ///< least distance of two pictures
     Position reached_; ///< nothing on this side of it is shown any more
+    std::uint64_t told_errors_{0};
     std::optional<Picture> pending_;
     std::optional<Position> last_offered_;
     bool offered_{false};

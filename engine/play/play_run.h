@@ -42,6 +42,7 @@ struct RunOutlet {
     std::function<void(Position)> nothing_beyond; ///< nothing at or behind the wanted position can be shown
     std::function<void()> facts_changed;
     std::function<void(std::uint64_t)> decoded; ///< so many more pictures
+    std::function<void(std::uint64_t)> failed;  ///< so many more errors, of a run beside the forward run
 };
 
 } // namespace velmora

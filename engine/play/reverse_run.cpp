@@ -63,7 +63,11 @@ bool ReverseRun::work() {
 
 void ReverseRun::take_account() {
     for (const auto& window : windows_) {
-        if (!window->done || window->decoded == 0) {
+        if (!window->done) {
+            continue;
+        }
+        outlet_.failed(std::exchange(window->errors, 0));
+        if (window->decoded == 0) {
             continue;
         }
         outlet_.decoded(std::exchange(window->decoded, 0));

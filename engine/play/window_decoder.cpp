@@ -48,8 +48,13 @@ void WindowDecoder::run(const std::stop_token& stop) {
     }
 }
 
+std::uint64_t WindowDecoder::errors() const {
+    return video_.errors() + feed_.units().continuity_errors();
+}
+
 void WindowDecoder::work_on(DecodedWindow& window, const std::stop_token& stop) {
     const SteadyTime begun = SteadyClock::now();
+    const std::uint64_t past_errors = errors();
     feed_.seek(window.start);
     video_.set_hurry(window.is_urgent ? Hurry::always : Hurry::never);
     video_.restart(window.from);
@@ -76,6 +81,7 @@ void WindowDecoder::work_on(DecodedWindow& window, const std::stop_token& stop) 
         video_.ready().clear();
     }
     window.decoded = video_.take_decoded();
+    window.errors = errors() - past_errors;
     window.took = SteadyClock::now() - begun;
 }
 

@@ -35,6 +35,7 @@ struct DecodedWindow {
     std::atomic<bool> done{false};      ///< set by the decoder: `pictures` is complete
     std::deque<Picture> pictures;       ///< in order of position; the decoder's until `done`
     std::uint64_t decoded{0};           ///< pictures, those that only serve as references too; likewise
+    std::uint64_t errors{0};            ///< met on the way; likewise
     SteadyClock::duration took{};       ///< what decoding took; likewise
 };
 
@@ -53,6 +54,7 @@ public:
 
 private:
     void run(const std::stop_token& stop);
+    std::uint64_t errors() const;
     void work_on(DecodedWindow& window, const std::stop_token& stop);
 
     const std::function<void()> on_done_;

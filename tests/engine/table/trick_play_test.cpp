@@ -1,5 +1,7 @@
 // Directions, turning round and ends: told from the numbers of the pictures that are shown.
 #include "engine_under_test.h"
+#include "scratch_files.h"
+#include "stream_surgery.h"
 #include "support/stream_maker.h"
 #include "support/undisturbed.h"
 
@@ -80,6 +82,7 @@ TEST_P(Reverse, ShowsEveryPictureOnceInFallingOrder) {
         EXPECT_EQ(info.player_info.direction, PLAYER_DIR_PREVWARD);
         EXPECT_GE(info.get_strm_info.inp_dec_frame, static_cast<int>(shown.size()));
         EXPECT_EQ(info.get_strm_info.inp_disp_frames, static_cast<int>(shown.size()));
+        EXPECT_EQ(info.get_strm_info.inp_dec_error, 0);
         return shown.size() >= count * 9 / 10; // a busy machine may make some late
     });
 }
@@ -131,6 +134,35 @@ TEST_F(TrickPlay, FastEndsWithTheLastPicture) {
     EXPECT_TRUE(std::ranges::is_sorted(shown));
     EXPECT_GE(shown.size(), 8U);
     EXPECT_GE(engine_.info().get_strm_info.inp_dec_frame, static_cast<int>(shown.size()));
+    EXPECT_EQ(engine_.info().get_strm_info.inp_dec_error, 0);
+}
+
+/// What play of this tempo counts on its way from the end to the beginning.
+int errors_backward(EngineUnderTest& engine, const std::filesystem::path& file, int speed) {
+    EXPECT_EQ(engine.play(file, PLAYER_SPD_PAUSE, PLAYER_DIR_PREVWARD), 0);
+    EXPECT_TRUE(engine.wait_for_pictures(1));
+    engine.info(true);
+    engine.set_tempo(PLAYER_DIR_PREVWARD, speed);
+    EXPECT_TRUE(engine.wait_for_info(is_at_start));
+    const int errors = engine.info().get_strm_info.inp_dec_error;
+    engine.stop();
+    engine.forget_pictures();
+    return errors;
+}
+
+TEST_F(TrickPlay, CountsWhatIsDamagedAtEverySpeedBackward) {
+    Bytes stream = read_bytes(make_stream(::stream(25, 4)));
+    for (const std::size_t start : picture_starts(stream)) {
+        constexpr std::size_t behind_head = 400; // in the data of a key picture, or another packet's header
+        std::fill_n(stream.begin() + static_cast<std::ptrdiff_t>(start + behind_head), 600,
+                    std::uint8_t{0xFF});
+    }
+    const ScratchFolder scratch;
+    const auto file = scratch.write("damaged.ts", stream);
+    for (const int speed : {PLAYER_SPD_X5, PLAYER_SPD_FAST}) {
+        EXPECT_GT(errors_backward(engine_, file, speed), 0) << "speed " << speed;
+        EXPECT_EQ(errors_backward(engine_, make_stream(::stream(25, 4)), speed), 0) << "speed " << speed;
+    }
 }
 
 TEST_F(TrickPlay, EverySpeedEndsWithTheLastPictureBothWays) {
