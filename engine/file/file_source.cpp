@@ -21,6 +21,22 @@ std::string error_text(int error) {
     return std::generic_category().message(error);
 }
 
+/// Throws the reason why a file was not opened, for the user.
+[[noreturn]] void refuse(int error) {
+    switch (error) {
+    case ENOENT:
+    case ENOTDIR:
+        throw MissingFile{"it does not exist"};
+    case ENAMETOOLONG:
+        throw UnplayableFile{"its path is too long"};
+    case EACCES:
+    case EPERM:
+        throw UnplayableFile{"there is no permission to read it"};
+    default:
+        throw UnplayableFile{error_text(error)};
+    }
+}
+
 std::chrono::nanoseconds since_epoch(const timespec& time) {
     return std::chrono::seconds{time.tv_sec} + std::chrono::nanoseconds{time.tv_nsec};
 }
@@ -39,7 +55,7 @@ OpenedFile open_file(const std::string& latin1_path) {
         file.descriptor = FileDescriptor{::open(file.path.c_str(), flags)};
     }
     if (!file.descriptor) {
-        throw UnplayableFile{"cannot be opened: " + error_text(errno)};
+        refuse(errno);
     }
     return file;
 }
@@ -47,16 +63,16 @@ OpenedFile open_file(const std::string& latin1_path) {
 void require_regular_file(const FileDescriptor& file) {
     struct stat status {};
     if (::fstat(file.get(), &status) != 0) {
-        throw UnplayableFile{"cannot be examined: " + error_text(errno)};
+        throw UnplayableFile{error_text(errno)};
     }
     if (S_ISDIR(status.st_mode)) {
-        throw UnplayableFile{"is a directory"};
+        throw UnplayableFile{"it is a folder"};
     }
     if (!S_ISREG(status.st_mode)) {
-        throw UnplayableFile{"is no regular file"};
+        throw UnplayableFile{"it is not a regular file"};
     }
     if (status.st_size == 0) {
-        throw UnplayableFile{"is empty"};
+        throw UnplayableFile{"it is empty"};
     }
 }
 
@@ -71,7 +87,7 @@ FileSource::FileSource(const std::string& latin1_path) {
     head.resize(read(0, head));
     const auto layout = detect_packet_layout(head);
     if (!layout) {
-        throw UnplayableFile{"is no transport stream"};
+        throw UnplayableFile{"there is no transport stream in it"};
     }
     layout_ = *layout;
     first_streams_ = find_first_streams(*this);

@@ -15,10 +15,16 @@
 
 namespace velmora {
 
-/// Why a file cannot be played; what() is the end of a sentence about the file.
+/// Why a file cannot be played; what() is the part of a sentence for the user that tells the reason.
 class UnplayableFile : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
+};
+
+/// There is no file of that name.
+class MissingFile : public UnplayableFile {
+public:
+    using UnplayableFile::UnplayableFile;
 };
 
 /// An opened regular file in which packets were found. Reading is thread-safe.

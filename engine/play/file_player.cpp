@@ -1,7 +1,7 @@
 // The life of a player, its commands and its thread.
 #include "play/file_player.h"
 
-#include "diagnostics/log.h"
+#include "file/latin1.h"
 
 #include <algorithm>
 #include <chrono>
@@ -18,8 +18,8 @@ constexpr auto patience = std::chrono::milliseconds{800};
 
 } // namespace
 
-FilePlayer::FilePlayer(Setup setup, Hooks hooks)
-    : setup_{std::move(setup)}, hooks_{std::move(hooks)}, board_{setup_.latin1_path},
+FilePlayer::FilePlayer(Setup setup, Hooks hooks, MessageBoard& messages)
+    : setup_{std::move(setup)}, hooks_{std::move(hooks)}, messages_{messages}, board_{setup_.latin1_path},
       pictures_{std::make_shared<PictureSource>()}, sounds_{std::make_shared<SoundQueue>(sound_queue_depth)},
       index_{std::make_shared<AccessPointIndex>()}, tempo_{setup_.tempo} {
     pictures_->recent = std::make_unique<RecentPictures>();
@@ -183,7 +183,13 @@ void FilePlayer::run(const std::stop_token& stop) {
             wait_for_work(stop);
         }
     } catch (const std::exception& error) {
-        log_incident("file", "player", setup_.latin1_path + ' ' + error.what() + ", playing ended");
+        if (is_ready()) {
+            messages_.post(MessageBoard::Severity::error, "file", "player",
+                           std::string{"Playing ended: "} + error.what() + " (" +
+                               shown_path(setup_.latin1_path) + ')');
+        } else {
+            hooks_.unplayable(error.what());
+        }
         rest(Rest::at_end, pictures_->clock.snapshot().position(SteadyClock::now()));
     }
     other_.reset(); // its threads wake this player

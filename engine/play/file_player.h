@@ -1,6 +1,7 @@
 // Plays one file: reads, decodes and offers pictures and sound in step with its clock.
 #pragma once
 
+#include "diagnostics/message_board.h"
 #include "file/file_source.h"
 #include "file/tag_list.h"
 #include "index/access_point_finder.h"
@@ -45,9 +46,10 @@ public:
         std::function<void()> clock_changed; ///< what is due has changed
         std::function<void()> discard_sound; ///< sound handed out so far must not be heard any more
         std::function<void(std::span<const std::uint8_t>)> on_data; ///< an access unit of data is due
+        std::function<void(const std::string&)> unplayable;         ///< nothing was shown, for this reason
     };
 
-    FilePlayer(Setup setup, Hooks hooks);
+    FilePlayer(Setup setup, Hooks hooks, MessageBoard& messages);
     ~FilePlayer();
     FilePlayer(const FilePlayer&) = delete;
     FilePlayer& operator=(const FilePlayer&) = delete;
@@ -135,6 +137,7 @@ private:
 
     const Setup setup_;
     const Hooks hooks_;
+    MessageBoard& messages_;
     PlaybackBoard board_;
     std::shared_ptr<PictureSource> pictures_;
     std::shared_ptr<SoundQueue> sounds_;

@@ -319,7 +319,7 @@ void ForwardRun::try_next_approach() {
         approach_ = Approach::sound_only;
         log_incident("file", "start", name_ + ": no picture can be decoded, only sound plays");
     } else {
-        throw UnplayableFile{"has no picture or sound that can be decoded"};
+        throw UnplayableFile{"nothing in it can be decoded"};
     }
     // Sound that is played for want of pictures need not reach as far as they do.
     restart(std::nullopt, sound_only() ? Position{} : target_);

@@ -1,6 +1,5 @@
 #include "present/audio_device_keeper.h"
 
-#include "diagnostics/log.h"
 #include "present/audio_device.h"
 
 #include <SDL.h>
@@ -8,6 +7,7 @@
 #include <chrono>
 #include <memory>
 #include <string>
+#include <utility>
 
 namespace velmora {
 
@@ -29,27 +29,29 @@ void AudioDeviceKeeper::want_device() {
     changed_.notify_all();
 }
 
+std::string AudioDeviceKeeper::failure() const {
+    const std::lock_guard lock{mutex_};
+    return failure_;
+}
+
 void AudioDeviceKeeper::run(const std::stop_token& stop) {
     std::unique_lock lock{mutex_};
     if (!changed_.wait(lock, stop, [this] { return wanted_; })) {
         return;
     }
     std::unique_ptr<AudioDevice> device;
-    std::string told; // no line for each try
     while (!stop.stop_requested()) {
         lock.unlock();
         if (device && device->lost()) {
             device.reset();
         }
+        std::string failure;
         if (!device) {
-            std::string failure;
             device = AudioDevice::open(outlet_, failure);
-            if (!failure.empty() && failure != told) {
-                log_incident("audio", "open", "no sound, still trying: " + failure);
-            }
-            told = failure;
         }
         lock.lock();
+        failure_ = std::move(failure);
+        lacks_device_ = device == nullptr;
         const auto pause = device ? std::chrono::milliseconds{check_interval} : retry_interval;
         changed_.wait_for(lock, stop, pause, [] { return false; });
     }

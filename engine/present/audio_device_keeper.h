@@ -3,8 +3,10 @@
 
 #include "present/sound_outlet.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
+#include <string>
 #include <thread>
 
 namespace velmora {
@@ -18,14 +20,20 @@ public:
 
     /// Nothing is opened before the first call. Any thread.
     void want_device();
+    /// There is no device, by the latest try. Any thread.
+    bool lacks_device() const { return lacks_device_; }
+    /// Why it could not be opened; nothing when the machine merely has none.
+    std::string failure() const;
 
 private:
     void run(const std::stop_token& stop);
 
     SoundOutlet& outlet_;
-    std::mutex mutex_; ///< protects wanted_
+    std::atomic<bool> lacks_device_{false};
+    mutable std::mutex mutex_; ///< protects wanted_ and failure_
     std::condition_variable_any changed_;
     bool wanted_{false};
+    std::string failure_;
     std::jthread thread_; ///< last, so that it ends first
 };
 

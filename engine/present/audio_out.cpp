@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <new>
+#include <string>
 #include <utility>
 
 namespace velmora {
@@ -14,14 +15,17 @@ constexpr std::chrono::milliseconds feed_interval{10};
 
 } // namespace
 
-AudioOut::AudioOut() : thread_{[this](const std::stop_token& stop) { run(stop); }} {}
+AudioOut::AudioOut(MessageBoard& messages)
+    : messages_{messages}, thread_{[this](const std::stop_token& stop) { run(stop); }} {}
 
 void AudioOut::attach(std::shared_ptr<SoundQueue> queue, std::shared_ptr<const SharedPlayClock> clock) {
     {
         const std::lock_guard lock{mutex_};
         ++generation_;
         feeder_.discard();
+        has_sound_ = has_sound_ && source_.queue == queue;
         source_ = {.queue = std::move(queue), .clock = std::move(clock)};
+        tell_device();
     }
     keeper_.want_device();
     attached_.notify_all();
@@ -36,6 +40,24 @@ void AudioOut::detach(const SoundQueue& queue) {
     feeder_.discard();
     outlet_.set_audible(false);
     source_ = {};
+    has_sound_ = false;
+    tell_device();
+}
+
+/// Under the lock: whether there is sound that nobody hears, for want of a device.
+void AudioOut::tell_device() {
+    const bool is_lacking = has_sound_ && keeper_.lacks_device();
+    if (is_lacking == std::exchange(lack_is_told_, is_lacking)) {
+        return;
+    }
+    if (!is_lacking) {
+        messages_.end(MessageBoard::State::no_sound_device);
+        return;
+    }
+    const std::string failure = keeper_.failure();
+    messages_.begin(MessageBoard::State::no_sound_device, MessageBoard::Severity::warning, "audio",
+                    failure.empty() ? "There is no sound device, so nothing is heard"
+                                    : "The sound device cannot be opened, so nothing is heard: " + failure);
 }
 
 void AudioOut::discard() {
@@ -54,6 +76,7 @@ void AudioOut::run(const std::stop_token& stop) {
     while (attached_.wait(lock, stop, [this] { return source_.queue != nullptr; })) {
         try {
             feed(lock);
+            tell_device();
         } catch (const std::bad_alloc&) {
             log_incident("audio", "memory", "out of memory, falling silent");
             source_ = {};
@@ -79,6 +102,7 @@ void AudioOut::feed(std::unique_lock<std::mutex>& lock) {
         if (!frame || generation != generation_) {
             return;
         }
+        has_sound_ = true;
         feeder_.accept(std::move(*frame));
         feeder_.feed(clock, now);
     }

@@ -1,6 +1,7 @@
 // The sound of a session.
 #pragma once
 
+#include "diagnostics/message_board.h"
 #include "media/sound_frame.h"
 #include "present/audio_device_keeper.h"
 #include "present/play_clock.h"
@@ -22,7 +23,8 @@ namespace velmora {
 /// All functions may be called from any thread, but not from a notification of the queue.
 class AudioOut {
 public:
-    AudioOut();
+    /// @param messages must outlive it; gets whether there is sound without a device
+    explicit AudioOut(MessageBoard& messages);
     ~AudioOut() = default;
     AudioOut(const AudioOut&) = delete;
     AudioOut& operator=(const AudioOut&) = delete;
@@ -51,13 +53,17 @@ private:
 
     void run(const std::stop_token& stop);
     void feed(std::unique_lock<std::mutex>& lock);
+    void tell_device();
 
+    MessageBoard& messages_;
     SoundOutlet outlet_;
-    mutable std::mutex mutex_; ///< protects feeder_, source_ and generation_
+    mutable std::mutex mutex_; ///< protects feeder_, source_, generation_, has_sound_ and lack_is_told_
     std::condition_variable_any attached_;
     SoundFeeder feeder_{outlet_};
     Source source_;
     std::uint64_t generation_{0}; ///< what was taken from the queue in an older one is not to be heard
+    bool has_sound_{false};       ///< the source has had some
+    bool lack_is_told_{false};
     AudioDeviceKeeper keeper_{outlet_};
     std::jthread thread_; ///< last, so that it ends first
 };

@@ -1,6 +1,7 @@
 #include "session/session.h"
 
 #include "diagnostics/log.h"
+#include "file/latin1.h"
 
 #include <cstring>
 #include <exception>
@@ -144,12 +145,13 @@ void Session::give_display_to(int owner) {
 bool Session::start_playback() {
     std::shared_ptr<FilePlayer> player;
     std::shared_ptr<FilePlayer> previous;
+    playback_setup_t setup{};
     {
         const std::lock_guard lock{mutex_};
         if (closed_ || !playback_setup_) {
             return false;
         }
-        const playback_setup_t& setup = *playback_setup_;
+        setup = *playback_setup_;
         const auto tempo = tempo_of(setup.direction, setup.speed);
         playback_tempo_ = tempo.value_or(Tempo{});
         FilePlayer::Setup file{text_of(setup.file_name, sizeof setup.file_name), playback_tempo_,
@@ -158,8 +160,11 @@ bool Session::start_playback() {
         player = std::make_shared<FilePlayer>(
             std::move(file),
             FilePlayer::Hooks{[this] { presenter_.wake(); }, [this] { audio_.discard(); },
-                              [this](std::span<const std::uint8_t> unit) { data_.put(unit); }});
+                              [this](std::span<const std::uint8_t> unit) { data_.put(unit); },
+                              [this, setup](const std::string& reason) { tell_unplayable(setup, reason); }},
+            messages_);
         previous = std::exchange(player_, player);
+        played_ = setup;
         display_owner_ = PLAYBACK_APP;
     }
     stop_stream_out();
@@ -170,11 +175,11 @@ bool Session::start_playback() {
         player->open();
         give_display();
         is_ready = player->wait_ready();
+    } catch (const MissingFile& missing) {
+        const bool is_cut = ::strnlen(setup.file_name, sizeof setup.file_name) == sizeof setup.file_name;
+        tell_unplayable(setup, is_cut ? "its path is too long" : missing.what());
     } catch (const std::exception& error) {
-        const std::lock_guard lock{mutex_};
-        log_incident("file", "open",
-                     text_of(playback_setup_->file_name, sizeof playback_setup_->file_name) + ' ' +
-                         error.what());
+        tell_unplayable(setup, error.what());
     }
     if (is_ready) {
         return true;
@@ -195,6 +200,13 @@ bool Session::start_playback() {
     return false;
 }
 
+/// @param reason the end of a sentence about the file
+void Session::tell_unplayable(const playback_setup_t& setup, const std::string& reason) {
+    const std::string path = text_of(setup.file_name, sizeof setup.file_name);
+    messages_.post(MessageBoard::Severity::error, "file", "open",
+                   "Cannot open the file: " + reason + " (" + shown_path(path) + ')');
+}
+
 bool Session::start_stream_out() {
     stop_stream_out();
     DatagramTarget target;
@@ -202,12 +214,10 @@ bool Session::start_stream_out() {
     {
         const std::lock_guard lock{mutex_};
         player = player_;
-        if (playback_setup_) {
-            target.ip = static_cast<std::uint32_t>(playback_setup_->ip);
-            const bool is_port = playback_setup_->port > 0 && playback_setup_->port <= highest_port;
-            target.port = is_port ? static_cast<std::uint16_t>(playback_setup_->port) : std::uint16_t{0};
-            target.by_rtp = playback_setup_->protocol == Protocol_RTPUDP;
-        }
+        target.ip = static_cast<std::uint32_t>(played_.ip);
+        const bool is_port = played_.port > 0 && played_.port <= highest_port;
+        target.port = is_port ? static_cast<std::uint16_t>(played_.port) : std::uint16_t{0};
+        target.by_rtp = played_.protocol == Protocol_RTPUDP;
     }
     if (!player || !player->is_ready() || target.ip == 0 || target.port == 0) {
         log_incident("out", "start",
@@ -347,7 +357,7 @@ void Session::report(velmora_info_t& info, bool reset) {
         info.active_app = display_owner_;
         if (stream_out_) {
             info.action_bit |= stream_out_mask;
-            info.pb_stream_info.protocol = playback_setup_->protocol;
+            info.pb_stream_info.protocol = played_.protocol;
             info.pb_stream_info.frame_count = static_cast<std::int32_t>(stream_out_->pictures());
         }
     }

@@ -13,6 +13,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 
 namespace velmora {
 
@@ -53,6 +54,7 @@ public:
 private:
     bool start_playback();
     void stop_playback(const std::shared_ptr<FilePlayer>& player);
+    void tell_unplayable(const playback_setup_t& setup, const std::string& reason);
     bool start_stream_out();
     void stop_stream_out();
     bool start_view();
@@ -67,7 +69,7 @@ private:
     MessageBoard messages_; ///< first: everything below may say something until it ends
     DataOutlet data_{messages_};
     Presenter presenter_;
-    AudioOut audio_;
+    AudioOut audio_{messages_};
     LiveChannel live_{messages_,
                       {.clock_changed = [this] { presenter_.wake(); },
                        .discard_sound = [this] { audio_.discard(); },
@@ -76,9 +78,10 @@ private:
     mutable std::mutex mutex_; ///< held for moments only, never while media work is done
     // Protected by mutex_:
     std::shared_ptr<FilePlayer> player_;
-    std::optional<playback_setup_t> playback_setup_;
-    std::shared_ptr<StreamOut> stream_out_; ///< of player_
-    Tempo playback_tempo_;                  ///< wanted, also while the file has lost the display
+    playback_setup_t played_{};                      ///< what player_ was started with
+    std::optional<playback_setup_t> playback_setup_; ///< for the next start
+    std::shared_ptr<StreamOut> stream_out_;          ///< of player_
+    Tempo playback_tempo_;                           ///< wanted, also while the file has lost the display
     int display_owner_{STREAMING_APP};
     bool closed_{false};
 };

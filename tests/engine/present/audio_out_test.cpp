@@ -119,7 +119,8 @@ protected:
     SoundSource source_{0.0, sine};
     std::shared_ptr<SoundQueue> queue_{std::make_shared<SoundQueue>(10)};
     std::shared_ptr<SharedPlayClock> clock_{std::make_shared<SharedPlayClock>()};
-    AudioOut out_;
+    MessageBoard messages_;
+    AudioOut out_{messages_};
     std::jthread producer_;
 };
 
@@ -204,7 +205,8 @@ TEST_P(AudioOutWithDriver, TakesSoundAtThePaceOfTheClockAndLeavesNothingOpen) {
         ::setenv("SDL_AUDIODRIVER", GetParam(), 1);
     }
     for (int round = 0; round < 2; ++round) {
-        AudioOut out;
+        MessageBoard messages;
+        AudioOut out{messages};
         const auto queue = std::make_shared<SoundQueue>(10);
         const auto clock = std::make_shared<SharedPlayClock>();
         SoundSource source{0.0, sine};

@@ -87,6 +87,19 @@ TEST_F(StreamOut, SendsEveryPacketOfTheFileUnchangedInOrder) {
     }
 }
 
+TEST_F(StreamOut, SendsWhereTheFileThatPlaysWasToBeSent) {
+    const auto file = make_stream(small_live_stream());
+    const DatagramCollector collector;
+    ASSERT_EQ(play_and_send(engine_, file, collector.port(), Protocol_UDPTS), 0);
+    engine_.table().Velmora_stop(engine_.handle(), stream_out_mask);
+    playback_setup_t next{}; // for a file that is not started yet
+    next.protocol = Protocol_RTPUDP;
+    engine_.table().Velmora_set_playback_param(engine_.handle(), next);
+    ASSERT_EQ(engine_.table().Velmora_start(engine_.handle(), stream_out_mask), 0);
+    EXPECT_EQ(engine_.info().pb_stream_info.protocol, Protocol_UDPTS);
+    EXPECT_FALSE(collector.take(10).empty());
+}
+
 TEST_F(StreamOut, InPauseOnlyTablesAndNullPacketsAreSent) {
     const DatagramCollector collector;
     ASSERT_EQ(play_and_send(engine_, make_stream(small_live_stream()), collector.port()), 0);
