@@ -6,21 +6,32 @@
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
+#include <optional>
 
 namespace velmora {
 
-/// A file grows while it has become larger, or was written to, within the last second. For one thread.
+/// A file grows while somebody has it open for writing, by the system's word. Where the system does not know,
+/// it grows as long as it was written to not long ago. Thread-safe.
 class FileGrowth {
 public:
     explicit FileGrowth(std::shared_ptr<const FileSource> source);
 
-    /// To be asked now and then.
+    /// To be asked now and then, and before what may be the end is read: what comes after the answer is no
+    /// part of it.
     bool is_growing(SteadyTime now);
 
 private:
-    std::shared_ptr<const FileSource> source_;
+    bool look(SteadyTime now);
+
+    const std::shared_ptr<const FileSource> source_;
+    std::mutex mutex_;
+    // Protected by mutex_:
     std::uint64_t size_;
-    SteadyTime grown_at_;
+    SteadyTime written_at_;               ///< by the file system's word, or when it was seen to have grown
+    std::optional<SteadyTime> writer_at_; ///< a writer, or what one had written, was seen last
+    std::optional<SteadyTime> asked_at_;
+    bool answer_{false};
 };
 
 } // namespace velmora

@@ -4,9 +4,13 @@
 #include "file/first_streams.h"
 #include "file/latin1.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
+#include <csignal>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -76,6 +80,17 @@ void require_regular_file(const FileDescriptor& file) {
     }
 }
 
+/// Whether others than this system's processes may write to it, or may be said to.
+bool is_remote(const FileDescriptor& file) {
+    // Of linux/magic.h and the file systems' own headers; FUSE stands for whatever is behind it.
+    constexpr std::array<std::uint32_t, 11> remote{0x6969,     0x517B,     0xFE534D42, 0xFF534D42,
+                                                   0x65735546, 0x01021997, 0x00C36400, 0x0BD00BD0,
+                                                   0x5346414F, 0x73757245, 0x01161970};
+    struct statfs system {};
+    return ::fstatfs(file.get(), &system) != 0 ||
+           std::ranges::find(remote, static_cast<std::uint32_t>(system.f_type)) != remote.end();
+}
+
 } // namespace
 
 FileSource::FileSource(const std::string& latin1_path) {
@@ -83,6 +98,10 @@ FileSource::FileSource(const std::string& latin1_path) {
     path_ = std::move(opened.path);
     file_ = std::move(opened.descriptor);
     require_regular_file(file_);
+    is_remote_ = is_remote(file_);
+    // Who opens the file for writing while writer() asks is held up for that moment, and the signal that
+    // tells of it must not end the process, as the usual one would: nobody listens to this one.
+    ::fcntl(file_.get(), F_SETSIG, SIGURG);
     std::vector<std::uint8_t> head(probe_size);
     head.resize(read(0, head));
     const auto layout = detect_packet_layout(head);
@@ -110,6 +129,18 @@ std::size_t FileSource::read(std::uint64_t offset, std::span<std::uint8_t> bytes
         }
     }
     return total;
+}
+
+FileSource::Writer FileSource::writer() const {
+    if (is_remote_) {
+        return Writer::not_known;
+    }
+    // A lease for reading is granted only when nobody has the file open for writing.
+    if (::fcntl(file_.get(), F_SETLEASE, F_RDLCK) == 0) {
+        ::fcntl(file_.get(), F_SETLEASE, F_UNLCK);
+        return Writer::none;
+    }
+    return errno == EAGAIN ? Writer::present : Writer::not_known;
 }
 
 std::chrono::milliseconds FileSource::time_since_writing() const {

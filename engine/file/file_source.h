@@ -30,6 +30,9 @@ public:
 /// An opened regular file in which packets were found. Reading is thread-safe.
 class FileSource {
 public:
+    /// Somebody who has the file open for writing, in this process or another.
+    enum class Writer { none, present, not_known };
+
     /// Opens the file and looks for packets at its beginning; never blocks on pipes or devices.
     /// @param latin1_path tried as it is, then as the same characters in UTF-8
     /// @throws UnplayableFile when it is missing, unreadable, empty, no regular file or no transport stream
@@ -40,6 +43,8 @@ public:
     std::size_t read(std::uint64_t offset, std::span<std::uint8_t> bytes) const;
     /// Current size, bytes.
     std::uint64_t size() const;
+    /// Asks the system; it does not know of files on other machines, and tells only the owner.
+    Writer writer() const;
     /// How long ago something was written to it, by the file system's word.
     std::chrono::milliseconds time_since_writing() const;
     /// When something was written to it last, by the file system's clock since its epoch.
@@ -57,6 +62,7 @@ private:
     FileDescriptor file_;
     PacketLayout layout_;
     std::shared_ptr<const StreamSelection> first_streams_;
+    bool is_remote_{false};
 };
 
 } // namespace velmora

@@ -26,6 +26,8 @@ public:
     /// @param may_grow what the file ends with may be the beginning of a packet: it waits for the rest
     /// @return false at the end of the file
     bool read_block(const PacketCutter::Sink& sink, bool may_grow = false);
+    /// The next block may be the last one.
+    bool reaches_end() const { return source_->size() < read_at_ + block_size_; }
     /// Where the next block will be read, bytes.
     std::uint64_t offset() const { return read_at_; }
 

@@ -20,7 +20,7 @@ bool StreamFeed::read_more() {
         return false;
     }
     const std::uint64_t offset = reader_.offset();
-    const bool may_grow = may_grow_ && may_grow_();
+    const bool may_grow = may_grow_ && reader_.reaches_end() && may_grow_();
     const bool goes_on =
         reader_.read_block([this](const TsPacket& packet) { units_.feed(packet); }, may_grow);
     if (!goes_on && may_grow) {

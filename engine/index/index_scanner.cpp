@@ -1,7 +1,6 @@
 #include "index/index_scanner.h"
 
 #include "diagnostics/log.h"
-#include "file/file_growth.h"
 #include "file/packet_reader.h"
 #include "index/access_point_collector.h"
 #include "index/bisector.h"
@@ -28,17 +27,21 @@ constexpr int background_nice = 10;
 constexpr std::chrono::milliseconds look_at_growth{100};
 constexpr std::chrono::milliseconds look_for_growth{500};
 
+/// Who writes a file in pieces comes again within this time.
+constexpr std::chrono::seconds recently{5};
+
 /// One file's scan, from the first block to the last that is ever added.
 class FileScan {
 public:
-    FileScan(std::shared_ptr<const FileSource> source, std::shared_ptr<AccessPointIndex> index,
-             SidecarUse sidecar, std::function<void()> on_progress)
-        : source_{std::move(source)}, index_{std::move(index)}, sidecar_{sidecar},
-          on_progress_{std::move(on_progress)}, growth_{source_}, reader_{source_, scan_block_size} {}
+    FileScan(std::shared_ptr<const FileSource> source, std::shared_ptr<FileGrowth> growth,
+             std::shared_ptr<AccessPointIndex> index, SidecarUse sidecar, std::function<void()> on_progress)
+        : source_{std::move(source)}, growth_{std::move(growth)}, index_{std::move(index)}, sidecar_{sidecar},
+          on_progress_{std::move(on_progress)}, reader_{source_, scan_block_size} {}
 
     void run(const std::stop_token& stop) {
         begin();
-        while (!stop.stop_requested() && source_->size() == known_size_) {
+        while (!stop.stop_requested() && source_->size() == known_size_ &&
+               !growth_->is_growing(SteadyClock::now())) {
             pause(stop, look_for_growth);
         }
         while (!stop.stop_requested()) {
@@ -82,7 +85,7 @@ private:
     }
 
     void scan_block(const std::stop_token& stop) {
-        const bool is_growing = growth_.is_growing(SteadyClock::now());
+        const bool is_growing = growth_->is_growing(SteadyClock::now());
         const bool goes_on =
             reader_.read_block([this](const TsPacket& packet) { collector_->feed(packet); }, is_growing);
         const bool is_more = reader_.offset() > scanned_;
@@ -104,7 +107,8 @@ private:
             on_progress_();
         }
         if (!goes_on) {
-            pause(stop, is_growing ? look_at_growth : look_for_growth);
+            const bool may_grow = is_growing || source_->time_since_writing() < recently;
+            pause(stop, may_grow ? look_at_growth : look_for_growth);
         }
     }
 
@@ -114,10 +118,10 @@ private:
     }
 
     std::shared_ptr<const FileSource> source_;
+    std::shared_ptr<FileGrowth> growth_;
     std::shared_ptr<AccessPointIndex> index_;
     SidecarUse sidecar_;
     std::function<void()> on_progress_;
-    FileGrowth growth_;
     PacketReader reader_;
     std::optional<AccessPointCollector> collector_;
     std::uint64_t known_size_{0}; ///< what the index beside the file covers to the end; 0 = not all of it
@@ -129,14 +133,15 @@ private:
 
 } // namespace
 
-IndexScanner::IndexScanner(std::shared_ptr<const FileSource> source, std::shared_ptr<AccessPointIndex> index,
-                           SidecarUse sidecar, std::function<void()> on_progress)
-    : thread_{[source = std::move(source), index = std::move(index), sidecar,
+IndexScanner::IndexScanner(std::shared_ptr<const FileSource> source, std::shared_ptr<FileGrowth> growth,
+                           std::shared_ptr<AccessPointIndex> index, SidecarUse sidecar,
+                           std::function<void()> on_progress)
+    : thread_{[source = std::move(source), growth = std::move(growth), index = std::move(index), sidecar,
                on_progress = std::move(on_progress)](const std::stop_token& stop) {
           // Linux keeps a nice value per thread: playing comes first.
           ::setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), background_nice);
           try {
-              FileScan{source, index, sidecar, on_progress}.run(stop);
+              FileScan{source, growth, index, sidecar, on_progress}.run(stop);
           } catch (const std::exception& error) {
               log_incident("index", "scan", std::string{"scanning ended early: "} + error.what());
               // Nobody waits for what will not come any more.

@@ -1,6 +1,7 @@
 // Builds the access point index of a file in the background, and follows a file that is still being written.
 #pragma once
 
+#include "file/file_growth.h"
 #include "file/file_source.h"
 #include "index/access_point_index.h"
 
@@ -19,8 +20,9 @@ enum class SidecarUse { none, kept };
 class IndexScanner {
 public:
     /// @param on_progress called on the scanner's thread after each block, and when the file grows no more
-    IndexScanner(std::shared_ptr<const FileSource> source, std::shared_ptr<AccessPointIndex> index,
-                 SidecarUse sidecar, std::function<void()> on_progress);
+    IndexScanner(std::shared_ptr<const FileSource> source, std::shared_ptr<FileGrowth> growth,
+                 std::shared_ptr<AccessPointIndex> index, SidecarUse sidecar,
+                 std::function<void()> on_progress);
 
 private:
     std::jthread thread_;

@@ -16,6 +16,9 @@ constexpr std::size_t sound_queue_depth = 48;
 /// Pictures that are shown late by less are not left out.
 constexpr auto patience = std::chrono::milliseconds{800};
 
+/// A start waits for what comes of a file that is being written, but not for longer.
+constexpr auto longest_wait_for_a_writer = std::chrono::seconds{5};
+
 } // namespace
 
 FilePlayer::FilePlayer(Setup setup, Hooks hooks, MessageBoard& messages)
@@ -52,8 +55,10 @@ RunOutlet FilePlayer::make_outlet() {
 void FilePlayer::open() {
     source_ = std::make_shared<const FileSource>(setup_.latin1_path);
     points_ = std::make_unique<AccessPointFinder>(source_, index_);
+    const auto growth = std::make_shared<FileGrowth>(source_);
     forward_ = std::make_unique<ForwardRun>(source_, *points_, make_outlet(), setup_.latin1_path,
-                                            [index = index_] { return index->extent().growing; });
+                                            [this, growth] { return may_grow(*growth); });
+    start_ends_ = SteadyClock::now() + longest_wait_for_a_writer;
     forward_->set_data_sink(
         [this](const UnitSorter::DataUnit& unit) { data_.put(unit.position, unit.bytes); });
     auto tags = std::make_unique<TagList>(source_->path());
@@ -67,8 +72,13 @@ void FilePlayer::open() {
     if (stop_.stop_requested()) {
         return;
     }
-    scanner_ = std::make_unique<IndexScanner>(source_, index_, setup_.sidecar, [this] { wake(); });
+    scanner_ = std::make_unique<IndexScanner>(source_, growth, index_, setup_.sidecar, [this] { wake(); });
     thread_ = std::jthread{[this] { run(stop_.get_token()); }};
+}
+
+bool FilePlayer::may_grow(FileGrowth& growth) const {
+    const SteadyTime now = SteadyClock::now();
+    return growth.is_growing(now) && (now < start_ends_ || is_ready());
 }
 
 bool FilePlayer::wait_ready() {
@@ -210,7 +220,9 @@ void FilePlayer::wait_for_work(const std::stop_token& stop) {
     const auto is_woken = [this] { return std::exchange(woken_, false); };
     const SteadyTime end_due =
         end && rest_ == Rest::none ? pictures_->clock.snapshot().due(*end) : SteadyTime::max();
-    const SteadyTime next_due = std::min(end_due, data_due.value_or(SteadyTime::max()));
+    const bool is_starting = readiness_ == Readiness::pending && SteadyClock::now() < start_ends_;
+    const SteadyTime start_due = is_starting ? start_ends_ : SteadyTime::max();
+    const SteadyTime next_due = std::min({end_due, start_due, data_due.value_or(SteadyTime::max())});
     if (next_due == SteadyTime::max()) {
         changed_.wait(lock, stop, is_woken);
     } else {

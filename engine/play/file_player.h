@@ -2,6 +2,7 @@
 #pragma once
 
 #include "diagnostics/message_board.h"
+#include "file/file_growth.h"
 #include "file/file_source.h"
 #include "file/tag_list.h"
 #include "index/access_point_finder.h"
@@ -98,6 +99,7 @@ private:
 
     RunOutlet make_outlet();
     void run(const std::stop_token& stop);
+    bool may_grow(FileGrowth& growth) const;
     bool rests_in_pause() const;
     void wait_for_work(const std::stop_token& stop);
     bool take_commands();
@@ -147,6 +149,7 @@ private:
     std::shared_ptr<const FileSource> source_;
     std::unique_ptr<AccessPointFinder> points_;
     std::unique_ptr<ForwardRun> forward_;
+    SteadyTime start_ends_{};        ///< nothing more is awaited then of a file that is being written
     std::unique_ptr<PlayRun> other_; ///< runs instead of forward_
     std::uint64_t other_errors_{0};  ///< met by runs beside forward_
     DueData data_;

@@ -105,7 +105,9 @@ std::size_t PacketCutter::cut(std::span<const std::uint8_t> bytes, std::uint64_t
             static_cast<const std::uint8_t*>(std::memchr(begin, ts_sync_byte, bytes.size() - at - 1));
         at = next == nullptr ? bytes.size() : static_cast<std::size_t>(next - bytes.data());
     }
-    return is_end ? bytes.size() : at;
+    // What may be the beginning of a packet waits for the rest even at the end, should there be more some
+    // day.
+    return is_end && !in_sync_ ? bytes.size() : at;
 }
 
 } // namespace velmora

@@ -264,7 +264,8 @@ std::vector<AccessPoint> scanned(const std::filesystem::path& file, Position end
     auto index = std::make_shared<AccessPointIndex>();
     std::mutex mutex;
     std::condition_variable progress;
-    const IndexScanner scanner{open(file), index, sidecar, [&] {
+    const auto source = open(file);
+    const IndexScanner scanner{source, std::make_shared<FileGrowth>(source), index, sidecar, [&] {
                                    const std::lock_guard lock{mutex};
                                    progress.notify_all();
                                }};

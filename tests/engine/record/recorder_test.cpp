@@ -218,7 +218,8 @@ TEST_F(RecorderTest, CanBeScannedWhileItGrows) {
     EXPECT_FALSE(unfinished->extent);
     EXPECT_GE(unfinished->points.size(), 4U);
     auto index = std::make_shared<AccessPointIndex>();
-    const IndexScanner scanner{open(file("a.ts")), index, SidecarUse::kept, [] {}};
+    const auto source = open(file("a.ts"));
+    const IndexScanner scanner{source, std::make_shared<FileGrowth>(source), index, SidecarUse::kept, [] {}};
     EXPECT_TRUE(eventually([&] { return index->extent().growing && index->extent().end > Position{4s}; }));
     for (std::size_t at = half; at < stream_.size(); at += step_) {
         const std::size_t end = std::min(at + step_, stream_.size());

@@ -1,14 +1,20 @@
 // A file that is still being written plays, grows and can be reviewed.
 #include "engine_under_test.h"
 #include "scratch_files.h"
+#include "stderr_capture.h"
+#include "stream_surgery.h"
 #include "support/stream_maker.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
+#include <fcntl.h>
 #include <fstream>
 #include <set>
+#include <span>
+#include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -148,6 +154,78 @@ TEST_F(GrowingFile, CutWhileItPlaysEndsWhereItWasCut) {
     engine_.seek(2);
     EXPECT_TRUE(engine_.wait_for_info([&](const velmora_info_t&) { return engine_.last_number() == 50U; }))
         << "what is left can be reviewed";
+}
+
+/// Has a file open for writing until it is closed.
+class OpenWriter {
+public:
+    explicit OpenWriter(const std::filesystem::path& file)
+        : file_{::open(file.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600)} {}
+    ~OpenWriter() { close(); }
+    OpenWriter(const OpenWriter&) = delete;
+    OpenWriter& operator=(const OpenWriter&) = delete;
+
+    void write(std::span<const std::uint8_t> bytes) const {
+        EXPECT_EQ(::write(file_, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+    }
+    void close() {
+        if (file_ >= 0) {
+            ::close(std::exchange(file_, -1));
+        }
+    }
+
+private:
+    int file_;
+};
+
+TEST_F(GrowingFile, WrittenInBurstsIsPlayedWholeAndEndsWhenItsWriterHasGone) {
+    constexpr int bursts = 3;
+    constexpr auto between = 1200ms;
+    constexpr std::size_t inside_a_packet = 101;
+    constexpr std::size_t pictures = 50; // a group
+    const auto bytes = std::span{bytes_}.first(picture_starts(bytes_).at(pictures));
+    const StderrCapture capture;
+    OpenWriter writer{file_};
+    std::size_t written = 0;
+    bool is_started = false;
+    for (int burst = 1; burst <= bursts; ++burst) {
+        const std::size_t end =
+            burst == bursts
+                ? bytes.size()
+                : bytes.size() * static_cast<std::size_t>(burst) / bursts / 188 * 188 + inside_a_packet;
+        writer.write(bytes.subspan(written, end - written));
+        written = end;
+        if (!std::exchange(is_started, true)) {
+            ASSERT_EQ(engine_.play(file_), 0);
+        }
+        const auto next = std::chrono::steady_clock::now() + between;
+        EXPECT_TRUE(engine_.wait_for_info([&](const velmora_info_t& info) {
+            EXPECT_FALSE(is_ended(info)) << "its writer may go on";
+            return std::chrono::steady_clock::now() >= next;
+        }));
+    }
+    EXPECT_EQ(engine_.info().player_info.is_recording, 1);
+    EXPECT_EQ(engine_.info().player_info.state, PLAYRE_STATUS_PLAYING);
+    writer.close();
+    ASSERT_TRUE(engine_.wait_for_info(is_ended));
+    const velmora_info_t info = engine_.info();
+    EXPECT_EQ(info.player_info.is_recording, 0);
+    EXPECT_EQ(info.get_strm_info.inp_dec_error, 0);
+    std::set<unsigned> shown;
+    for (const ReceivedPicture& picture : engine_.pictures()) {
+        shown.insert(picture.number.value_or(9999));
+    }
+    EXPECT_EQ(shown.size(), pictures);
+    EXPECT_EQ(info.get_strm_info.inp_dec_frame, static_cast<int>(pictures)) << "none of them twice";
+    for (const std::string& line : capture.lines()) {
+        ADD_FAILURE() << line;
+    }
+}
+
+TEST_F(GrowingFile, AStartEndsThoughAWriterHasNothingToPlayYet) {
+    const OpenWriter writer{file_};
+    writer.write(std::span{bytes_}.first(188 * 6));
+    EXPECT_NE(engine_.play_within(10s, file_), 0);
 }
 
 } // namespace
