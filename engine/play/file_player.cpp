@@ -24,7 +24,7 @@ constexpr auto longest_wait_for_a_writer = std::chrono::seconds{5};
 FilePlayer::FilePlayer(Setup setup, Hooks hooks, MessageBoard& messages)
     : setup_{std::move(setup)}, hooks_{std::move(hooks)}, messages_{messages}, board_{setup_.latin1_path},
       pictures_{std::make_shared<PictureSource>()}, sounds_{std::make_shared<SoundQueue>(sound_queue_depth)},
-      index_{std::make_shared<AccessPointIndex>()}, tempo_{setup_.tempo} {
+      index_{std::make_shared<AccessPointIndex>()}, slow_decoding_{messages, "file"}, tempo_{setup_.tempo} {
     pictures_->recent = std::make_unique<RecentPictures>();
     pictures_->patience = patience;
     pictures_->on_shown = [this](const Picture& picture) { picture_shown(picture); };
@@ -49,7 +49,8 @@ RunOutlet FilePlayer::make_outlet() {
             .nothing_beyond = [this](Position target) { rest(Rest::at_end, target); },
             .facts_changed = [this] { update_facts(); },
             .decoded = [this](std::uint64_t pictures) { count_decoded(pictures); },
-            .failed = [this](std::uint64_t errors) { count_errors(errors); }};
+            .failed = [this](std::uint64_t errors) { count_errors(errors); },
+            .keeps_up = [this](bool is_on_time) { slow_decoding_.note(!is_on_time, SteadyClock::now()); }};
 }
 
 void FilePlayer::open() {
@@ -203,6 +204,7 @@ void FilePlayer::run(const std::stop_token& stop) {
         rest(Rest::at_end, pictures_->clock.snapshot().position(SteadyClock::now()));
     }
     other_.reset(); // its threads wake this player
+    slow_decoding_.withdraw();
     set_readiness(Readiness::failed);
     tags_->save();
 }

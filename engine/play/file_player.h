@@ -2,6 +2,7 @@
 #pragma once
 
 #include "diagnostics/message_board.h"
+#include "diagnostics/slow_decoding_report.h"
 #include "file/file_growth.h"
 #include "file/file_source.h"
 #include "file/tag_list.h"
@@ -152,6 +153,7 @@ private:
     SteadyTime start_ends_{};        ///< nothing more is awaited then of a file that is being written
     std::unique_ptr<PlayRun> other_; ///< runs instead of forward_
     std::uint64_t other_errors_{0};  ///< met by runs beside forward_
+    SlowDecodingReport slow_decoding_;
     DueData data_;
     Tempo followed_;            ///< the tempo that the active run knows of
     Position resting_extent_{}; ///< the last picture known when playing came to rest

@@ -83,6 +83,7 @@ bool FilePlayer::begin_again() {
 }
 
 void FilePlayer::rest(Rest rest, Position at) {
+    slow_decoding_.withdraw();
     resting_extent_ = points_->extent().last_picture;
     {
         const std::lock_guard lock{mutex_};

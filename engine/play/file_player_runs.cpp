@@ -58,6 +58,7 @@ std::optional<Position> FilePlayer::target_of(Position wanted) const {
 
 /// Nothing that was offered before is shown any more, and the clock waits for the run that begins here.
 void FilePlayer::hold_at(Position position) {
+    slow_decoding_.withdraw();
     {
         const std::lock_guard lock{mutex_};
         ++pictures_->generation;
@@ -112,6 +113,7 @@ void FilePlayer::follow_tempo() {
         }
     }
     if (tempo.is_paused()) {
+        slow_decoding_.withdraw();
         return;
     }
     if (tempo != followed_) {

@@ -201,6 +201,7 @@ void ForwardRun::keep_up(Position position) {
     const bool is_ahead_of_screen = outlet_.pictures->pictures.full();
     lateness_.observe(is_ahead_of_screen ? SteadyClock::duration::zero() : behind, now);
     choose_skip();
+    outlet_.keeps_up(skip_ == video_.shares().skip_for(magnitude_));
     if (behind > lost_picture && (behind > lost_light_picture || !decoding_is_light())) {
         const Position ahead = clock.position(now);
         const auto start = points_.find(ahead);

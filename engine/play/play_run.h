@@ -43,6 +43,7 @@ struct RunOutlet {
     std::function<void()> facts_changed;
     std::function<void(std::uint64_t)> decoded; ///< so many more pictures
     std::function<void(std::uint64_t)> failed;  ///< so many more errors, of a run beside the forward run
+    std::function<void(bool)> keeps_up;         ///< or leaves pictures out since decoding is late
 };
 
 } // namespace velmora

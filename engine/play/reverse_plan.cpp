@@ -71,6 +71,7 @@ std::optional<ReversePlan::Stretch> ReversePlan::next(const Situation& situation
     if (room < std::min(whole, budget_ / 2) || can_wait(situation, stretch, needed)) {
         return std::nullopt;
     }
+    stretch.is_thinned = stretch.skip > shares_.skip_for(magnitude_);
     stretch.is_urgent = situation.lasts < needed * least_precaution + least_reserve;
     stretch.is_awaited = begun_ < awaited_stretches;
     ++begun_;

@@ -40,6 +40,7 @@ public:
         double covered{0};       ///< pictures of the stream that it spans, the last ones of the distance
         bool is_whole{true};     ///< it spans all of the distance
         bool is_urgent{false};   ///< it is due before one thread would have it
+        bool is_thinned{false};  ///< more is left out than the speed asks for
         bool is_awaited{false};  ///< nothing may be left out if it comes late
     };
 

@@ -167,6 +167,7 @@ bool ReverseRun::schedule() {
         window->from = start_->presentation;
     }
     window->skip = stretch->skip;
+    outlet_.keeps_up(!stretch->is_thinned && !std::exchange(has_skipped_, false));
     window->expected = stretch->pictures;
     window->work =
         plan_.work(stretch->skip, distance(), static_cast<double>((window->to - window->from) / unit_));
@@ -199,6 +200,7 @@ bool ReverseRun::skip_what_is_late() {
         }
     }
     const Position begin = start_->presentation;
+    has_skipped_ = true;
     next_end_ = std::clamp(begin + plan_.end_in_time(shown - begin),
                            begin + std::min(unit_, next_end_ - begin), next_end_);
     return true;

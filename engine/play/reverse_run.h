@@ -60,6 +60,7 @@ private:
     std::optional<Position> last_offered_;
     bool offered_{false};
     bool exhausted_{false};
+    bool has_skipped_{false}; ///< pictures in front of the next window's end, since they would come too late
     WindowDecoder decoder_;
 };
 
