@@ -179,7 +179,8 @@ private:
     void release_frame_buffer();
     QImage newest_picture() const;
     void show_picture(const QPixmap& picture);
-    void show_video();
+    /// Takes the picture off the screen, and with it the one that is on its way. What comes later is shown.
+    void remove_picture();
     void show_waiting_picture();
     /// Scales the last picture anew, for engines that do not deliver it at the label's size.
     void refit_picture();

@@ -31,9 +31,9 @@ struct PictureShape {
 struct FrameGate {
     std::recursive_mutex mutex;  ///< a picture handed over on the GUI thread is shown within the call
     MainWindow* window{nullptr}; ///< alive and with a frame buffer
-    PictureShape shape;
-    PictureShape refused;     ///< last one that did not fit; a run of the same ones is reported once
-    bool is_announced{false}; ///< a processedImage is on its way to the GUI thread
+    PictureShape shape;          ///< empty when there is no picture
+    PictureShape refused;        ///< last one that did not fit; a run of the same ones is reported once
+    bool is_announced{false};    ///< a processedImage is on its way to the GUI thread
 };
 
 FrameGate& frame_gate() {
@@ -135,17 +135,24 @@ void MainWindow::updatePlayerUI(const QImage& img) {
         show_picture(QPixmap::fromImage(img));
         return;
     }
-    picture_waits = true;
     {
         const std::lock_guard lock{frame_gate().mutex};
         frame_gate().is_announced = false;
+        picture_waits = frame_gate().shape != PictureShape{}; // it may have been removed on its way
     }
     show_waiting_picture();
 }
 
-void MainWindow::show_video() {
-    video_screen->show();
-    show_waiting_picture();
+void MainWindow::remove_picture() {
+    {
+        const std::lock_guard lock{frame_gate().mutex};
+        frame_gate().shape = {};
+    }
+    picture_waits = false;
+    pxmp = QPixmap{};
+    video_screen->setAttribute(Qt::WA_OpaquePaintEvent, false);
+    video_screen->clear();
+    update(QRect{video_screen->mapTo(this, QPoint{}), video_screen->size()});
 }
 
 /// Shows the newest picture; nothing is converted while it cannot be seen.

@@ -73,6 +73,7 @@ void MainWindow::on_actionOpen_File_triggered() {
     }
     ++opening;
     stop_playback();
+    remove_picture();
     pback_dir = section.direction;
     pback_spd = section.speed;
     ui->wait_lbl->hide();
@@ -82,7 +83,7 @@ void MainWindow::on_actionOpen_File_triggered() {
         mask |= 1 << PLAYBACK_STREAMING_BIT;
     }
     start_open_task(mask);
-    show_video();
+    video_screen->show();
 }
 
 void MainWindow::play_file() {
@@ -112,6 +113,7 @@ int MainWindow::open_file_trigger() {
     pback_dir = PLAYER_DIR_FORWARD;
     pback_spd = PLAYER_SPD_NORMAL;
     ui->wait_lbl->hide();
+    remove_picture();
     send_playback(*setup);
     start_open_task(1 << PLAYBACK_BIT);
     return 0;
@@ -159,6 +161,7 @@ void MainWindow::wait_finish() {
     }
     ui->animate_frame->hide();
     if (state == OPEN_FAILED) {
+        remove_picture();
         return;
     }
     ui->sof_lbl->setEnabled(true);
@@ -238,6 +241,7 @@ void MainWindow::on_stop_clicked() {
         }
     } else if (active_app == PLAYBACK_APP) {
         stop_playback();
+        remove_picture();
         if (has_session()) {
             m_velmora->Velmora_switch_dispatch(m_VidDisp, 0);
         }
@@ -376,5 +380,6 @@ void MainWindow::on_actionStop_All_triggered() {
     if (has_session()) {
         m_velmora->Velmora_close(m_VidDisp);
         m_VidDisp = 0;
+        remove_picture();
     }
 }

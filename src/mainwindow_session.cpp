@@ -13,6 +13,8 @@
 #include <QIcon>
 #include <QLabel>
 
+#include <utility>
+
 namespace {
 
 constexpr int animation_interval_ms = 500;
@@ -20,8 +22,16 @@ constexpr int animation_interval_ms = 500;
 const QString indicator_on = QStringLiteral("color:#00ff00");
 const QString indicator_off = QStringLiteral("color:#888888");
 
-bool runs(int activity) {
-    return (m_info.action_bit & (1 << activity)) != 0;
+bool runs(const velmora_info_t& info, int activity) {
+    return (info.action_bit & (1 << activity)) != 0;
+}
+
+/// Whether what has the display runs and has video. A file that runs does not lose its own.
+bool has_picture(const velmora_info_t& info) {
+    if (info.active_app == PLAYBACK_APP) {
+        return runs(info, PLAYBACK_BIT);
+    }
+    return runs(info, STREAMING_BIT) && info.get_strm_info.v_codec != 0;
 }
 
 } // namespace
@@ -65,8 +75,9 @@ void MainWindow::init_video() {
         }
     }
     m_velmora->Velmora_stop(m_VidDisp, 1 << STREAMING_BIT);
+    remove_picture();
     m_velmora->Velmora_start(m_VidDisp, mask);
-    show_video();
+    video_screen->show();
     ui->symbole->hide();
     ui->app_name_lbl->hide();
 }
@@ -78,21 +89,27 @@ void MainWindow::term_video_stream() {
     if (has_session()) {
         m_velmora->Velmora_stop(m_VidDisp, 1 << STREAMING_BIT);
     }
+    remove_picture();
 }
 
 void MainWindow::get_streaming(int /*on*/) {}
 
 void MainWindow::get_action_info() {
-    m_info = velmora_info_t{};
+    const velmora_info_t previous = std::exchange(m_info, velmora_info_t{});
+    // An opening has removed the picture before; what is there by now may be the file's first.
+    const bool opening = open_file_state == OPEN_FILE;
     if (has_session()) {
         m_velmora->Velmora_get_info(m_VidDisp, &m_info, 0);
         active_app = m_info.active_app;
     }
-    isStream = runs(STREAMING_BIT) ? 1 : 0;
-    isRecord = isStream != 0 && runs(RECORD_BIT) ? 1 : 0;
-    isPlayback = runs(PLAYBACK_BIT) ? 1 : 0;
-    isStreamPlayback = isPlayback != 0 && runs(PLAYBACK_STREAMING_BIT) ? 1 : 0;
+    isStream = runs(m_info, STREAMING_BIT) ? 1 : 0;
+    isRecord = isStream != 0 && runs(m_info, RECORD_BIT) ? 1 : 0;
+    isPlayback = runs(m_info, PLAYBACK_BIT) ? 1 : 0;
+    isStreamPlayback = isPlayback != 0 && runs(m_info, PLAYBACK_STREAMING_BIT) ? 1 : 0;
 
+    if (!opening && has_picture(previous) && !has_picture(m_info)) {
+        remove_picture();
+    }
     show_activities();
     if (active_app == PLAYBACK_APP) {
         show_playback_controls();

@@ -42,6 +42,7 @@ void MainWindow::on_stream_clicked() {
 
 void MainWindow::on_switch_dispatch_clicked() {
     if (has_session()) {
+        remove_picture(); // before: the engine may show the other one's at once
         m_velmora->Velmora_switch_dispatch(m_VidDisp, active_app != PLAYBACK_APP ? 1 : 0);
     } else if (m_VidDisp == 0) {
         active_app = active_app == PLAYBACK_APP ? STREAMING_APP : PLAYBACK_APP;

@@ -6,6 +6,7 @@
 #include <QPointer>
 #include <QPushButton>
 
+#include <algorithm>
 #include <stdexcept>
 #include <unistd.h>
 
@@ -104,6 +105,14 @@ bool MainWindowTest::shows_icon(const char* button, const char* file) {
 
 void MainWindowTest::click(const char* button) {
     QTest::mouseClick(child<QPushButton>(button), Qt::LeftButton);
+}
+
+QLabel* MainWindowTest::video() {
+    const auto labels =
+        child<QWidget>("playerFrame")->findChildren<QLabel*>(QString{}, Qt::FindDirectChildrenOnly);
+    const auto found =
+        std::ranges::find_if(labels, [](auto* label) { return label->objectName().isEmpty(); });
+    return found == labels.end() ? nullptr : *found;
 }
 
 void MainWindowTest::watch_for_dialog(std::function<std::function<void()>(QWidget& modal)> recognise) {

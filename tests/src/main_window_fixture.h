@@ -13,6 +13,7 @@
 #include <QDialog>
 #include <QImage>
 #include <QJsonObject>
+#include <QLabel>
 #include <QList>
 #include <QTemporaryDir>
 #include <QTest>
@@ -53,6 +54,10 @@ protected:
     static QImage picture(const char* file);
     bool shows_icon(const char* button, const char* file);
     void click(const char* button);
+    /// The label that shows the pictures; the only one of the video area without a name.
+    QLabel* video();
+    /// What is in the label; null when there is no picture.
+    QImage shown_picture() { return video()->pixmap(Qt::ReturnByValue).toImage(); }
     void trigger(const char* action) { child<QAction>(action)->trigger(); }
     /// Calls a slot that takes no arguments.
     void call_slot(const char* slot) { ASSERT_TRUE(QMetaObject::invokeMethod(window_.get(), slot)); }

@@ -1,8 +1,6 @@
 // Pictures of the engine on their way into the video label.
 #include "main_window_fixture.h"
 
-#include <QLabel>
-
 #include <array>
 #include <chrono>
 
@@ -10,16 +8,6 @@ namespace {
 
 class PictureTest : public MainWindowTest {
 protected:
-    QLabel* video() {
-        for (QLabel* label :
-             child<QFrame>("playerFrame")->findChildren<QLabel*>(QString{}, Qt::FindDirectChildrenOnly)) {
-            if (label->objectName().isEmpty()) {
-                return label;
-            }
-        }
-        return nullptr;
-    }
-    QImage shown_picture() { return video()->pixmap(Qt::ReturnByValue).toImage(); }
     QSize video_size() { return video()->size(); }
     bool wait_for_colour(const QColor& colour) {
         return QTest::qWaitFor(
