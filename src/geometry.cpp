@@ -109,7 +109,9 @@ int slider_position(int minimum, int maximum, int x, int width) {
                                        static_cast<double>(maximum)));
 }
 
-QRect tag_list_place(int count, int x, int width) {
+QRect tag_list_place(int count, int x, int width, QSize room) {
+    constexpr int row = 20;
+    constexpr int fewest_rows = 4; // a list of fewer would hardly show that it goes on
     int y = 520;
     if (count <= 2) {
         y += 50;
@@ -118,7 +120,10 @@ QRect tag_list_place(int count, int x, int width) {
     } else if (count == 4) {
         y += 20;
     }
-    return {x, y, width, count * 20};
+    const int whole = count * row;
+    const int height = std::min({whole, std::max(room.height() - y, fewest_rows * row), room.height()});
+    return {std::max(std::min(x, room.width() - width), 0), std::min(y, room.height() - height), width,
+            height};
 }
 
 } // namespace geometry

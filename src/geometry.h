@@ -76,8 +76,9 @@ bool outgrows_screen(QSize picture, int bar_height, int screen_width, int screen
 /// @param x distance from the slider's left edge, @param width of the slider, pixels
 int slider_position(int minimum, int maximum, int x, int width);
 
-/// Where the list of `count` tags goes in the window.
-/// @param x left edge of the list, @param width its width
-QRect tag_list_place(int count, int x, int width);
+/// Where the list of `count` tags goes: at its place, as far as it stays inside the window, which it may be
+/// too long for.
+/// @param x left edge of the list, @param width its width, @param room the window without its menu bar
+QRect tag_list_place(int count, int x, int width, QSize room);
 
 } // namespace geometry

@@ -130,6 +130,7 @@ void MainWindow::set_first_look() {
     horizontal_display = screen.height();
     vertical_display = screen.width();
 
+    ui->sof_lbl->stackUnder(ui->status_slider); // it reaches over the slider's first seconds
     ui->sof_lbl->setEnabled(false);
     ui->eof_lbl->setEnabled(false);
     ui->status_slider->setEnabled(false);

@@ -363,8 +363,9 @@ void MainWindow::on_tagin_list_clicked() {
         ui->tag_list->addItem(QString::number(second));
     }
     const int x = ui->tagin_list->x() + ui->play_speed->x() + 25;
-    ui->tag_list->setGeometry(
-        geometry::tag_list_place(static_cast<int>(tags.size()), x, ui->tag_list->width()));
+    ui->tag_list->setGeometry(geometry::tag_list_place(static_cast<int>(tags.size()), x,
+                                                       ui->tag_list->width(), ui->centralWidget->size()));
+    ui->tag_list->scrollToTop();
     ui->tag_list->show();
     ui->tag_list->raise();
 }

@@ -6,6 +6,7 @@
 #include "ui_network_stream.h"
 
 #include <QFileDialog>
+#include <QLayout>
 
 #include <array>
 #include <utility>
@@ -37,11 +38,17 @@ void network_stream::show_rtsp_fields(bool rtsp) {
     const std::array<QWidget*, 8> of_rtsp{ui->rtsp_urlLE, ui->rtsp_urlLbl,         ui->rtsp_sdpLbl,
                                           ui->rtsp_sdpLE, ui->rtsp_serial_portLbl, ui->rtsp_serial_portLE,
                                           ui->rtsp_tcpRD, ui->rtsp_udpRD};
+    const QSize more_than_needed = isVisible() ? size() - sizeHint() : QSize{};
     for (QWidget* widget : plain) {
         widget->setVisible(!rtsp);
     }
     for (QWidget* widget : of_rtsp) {
         widget->setVisible(rtsp);
+    }
+    if (isVisible()) {
+        ui->groupBox->layout()->activate();
+        layout()->activate();
+        resize(sizeHint() + more_than_needed);
     }
 }
 

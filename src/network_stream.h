@@ -27,7 +27,7 @@ private slots:
     void on_record_browes_clicked();
 
 private:
-    /// Shows the fields of RTSP or those of all other transports.
+    /// Shows the fields of RTSP or those of all other transports. The dialog grows and shrinks with them.
     void show_rtsp_fields(bool rtsp);
     void enable_group_address(bool enabled);
     void show_stored_reception();

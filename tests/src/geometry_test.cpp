@@ -144,12 +144,26 @@ TEST(SliderPosition, NeverLeavesTheRange) {
 }
 
 TEST(TagListPlace, StandsLowerWithFewTags) {
-    EXPECT_EQ(geometry::tag_list_place(1, 300, 51), QRect(300, 570, 51, 20));
-    EXPECT_EQ(geometry::tag_list_place(2, 300, 51), QRect(300, 570, 51, 40));
-    EXPECT_EQ(geometry::tag_list_place(3, 300, 51), QRect(300, 550, 51, 60));
-    EXPECT_EQ(geometry::tag_list_place(4, 300, 51), QRect(300, 540, 51, 80));
-    EXPECT_EQ(geometry::tag_list_place(5, 300, 51), QRect(300, 520, 51, 100));
-    EXPECT_EQ(geometry::tag_list_place(128, 300, 51), QRect(300, 520, 51, 2560));
+    constexpr QSize room{720, 649};
+    EXPECT_EQ(geometry::tag_list_place(1, 300, 51, room), QRect(300, 570, 51, 20));
+    EXPECT_EQ(geometry::tag_list_place(2, 300, 51, room), QRect(300, 570, 51, 40));
+    EXPECT_EQ(geometry::tag_list_place(3, 300, 51, room), QRect(300, 550, 51, 60));
+    EXPECT_EQ(geometry::tag_list_place(4, 300, 51, room), QRect(300, 540, 51, 80));
+    EXPECT_EQ(geometry::tag_list_place(5, 300, 51, room), QRect(300, 520, 51, 100));
+    EXPECT_EQ(geometry::tag_list_place(6, 300, 51, room), QRect(300, 520, 51, 120));
+    EXPECT_EQ(geometry::tag_list_place(128, 300, 51, {720, 5000}), QRect(300, 520, 51, 2560));
+}
+
+TEST(TagListPlace, EndsAtTheWindowsEdge) {
+    EXPECT_EQ(geometry::tag_list_place(7, 300, 51, {720, 649}), QRect(300, 520, 51, 129));
+    EXPECT_EQ(geometry::tag_list_place(128, 300, 51, {720, 649}), QRect(300, 520, 51, 129));
+}
+
+TEST(TagListPlace, MovesIntoAWindowThatEndsAboveIt) {
+    EXPECT_EQ(geometry::tag_list_place(1, 300, 51, {720, 298}), QRect(300, 278, 51, 20));
+    EXPECT_EQ(geometry::tag_list_place(128, 300, 51, {720, 298}), QRect(300, 218, 51, 80));
+    EXPECT_EQ(geometry::tag_list_place(128, 402, 51, {420, 298}), QRect(369, 218, 51, 80));
+    EXPECT_EQ(geometry::tag_list_place(128, 402, 51, {40, 30}), QRect(0, 0, 51, 30));
 }
 
 TEST(WholeRatio, IsTheNextIntegerThatMapsToOne) {

@@ -6,10 +6,12 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QSlider>
 #include <QStyle>
 
 #include <cstring>
+#include <numeric>
 
 namespace {
 
@@ -332,6 +334,14 @@ TEST_F(FilePlaybackTest, ValuesSetByThePollNeverSeek) {
     EXPECT_FALSE(last_call("Velmora_set_event"));
 }
 
+TEST_F(FilePlaybackTest, NothingLiesOverTheSlidersFirstSeconds) {
+    show_slider();
+    for (const int x : {0, 3, 6, slider()->width() - 1}) {
+        const QPoint place = slider()->mapTo(&window(), QPoint{x, slider()->height() / 2});
+        EXPECT_EQ(window().childAt(place), slider()) << x;
+    }
+}
+
 TEST_F(FilePlaybackTest, MarksTagsByWhoOwnsTheDisplay) {
     open_window();
     open_session();
@@ -369,6 +379,23 @@ TEST_F(TagListTest, ListsEachSecondOnceSorted) {
     EXPECT_EQ(list()->x(), child("tagin_list")->x() + child("play_speed")->x() + 25);
     click("tagin_list");
     EXPECT_FALSE(shown("tag_list"));
+}
+
+TEST_F(TagListTest, EveryTagOfALongListCanBeReached) {
+    show_slider();
+    std::vector<int> tags(40);
+    std::iota(tags.begin(), tags.end(), 100);
+    give_tags(tags);
+    click("tagin_list");
+    EXPECT_EQ(list()->y(), 520);
+    EXPECT_TRUE(child("centralWidget")->rect().contains(list()->geometry()));
+    list()->verticalScrollBar()->triggerAction(QScrollBar::SliderToMaximum);
+    const QRect last = list()->visualItemRect(list()->item(39));
+    ASSERT_TRUE(list()->viewport()->rect().contains(last.center()));
+    QTest::mouseClick(list()->viewport(), Qt::LeftButton, Qt::NoModifier, last.center());
+    expect_event(SEEK_EVENT, 139, 0, 0);
+    click("tagin_list");
+    EXPECT_EQ(list()->verticalScrollBar()->value(), 0) << "it begins with the first one again";
 }
 
 TEST_F(TagListTest, WithoutTagsItStaysHidden) {

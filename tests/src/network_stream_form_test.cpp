@@ -76,6 +76,50 @@ TEST_F(NetworkStreamFormTest, TabWalksTheFormFromTopToBottom) {
     });
 }
 
+/// Where everything that is shown stands, and how large the dialog is.
+std::vector<std::pair<std::string, QRect>> places(const QDialog& dialog) {
+    std::vector<std::pair<std::string, QRect>> places{{"dialog", QRect{QPoint{}, dialog.size()}}};
+    for (const auto* widget : dialog.findChildren<QWidget*>()) {
+        if (widget->isVisible()) {
+            places.emplace_back(widget->objectName().toStdString(), widget->geometry());
+        }
+    }
+    return places;
+}
+
+TEST_F(NetworkStreamFormTest, WhatRtspNeededIsGivenBack) {
+    open_window();
+    for (const QSize& more : {QSize{0, 0}, QSize{40, 60}}) {
+        look_at_dialog([&](Dialog& dialog) {
+            dialog.resize(dialog.size() + more);
+            QCoreApplication::processEvents();
+            const auto before = places(dialog);
+            const int height = dialog.height();
+            click_on(dialog, "rtspRD");
+            QCoreApplication::processEvents();
+            EXPECT_GT(dialog.height(), height) << "it has a row more";
+            click_on(dialog, "rtpRD");
+            QCoreApplication::processEvents();
+            EXPECT_EQ(places(dialog), before);
+        });
+    }
+}
+
+TEST_F(NetworkStreamFormTest, ADialogThatOpensWithRtspLeavesNoHole) {
+    open_window();
+    std::vector<std::pair<std::string, QRect>> usual;
+    look_at_dialog([&](Dialog& dialog) { usual = places(dialog); });
+    store({{QStringLiteral("Transport"), 4}});
+    close_window();
+    open_window();
+    look_at_dialog([&](Dialog& dialog) {
+        ASSERT_TRUE(part(dialog, "rtsp_urlLE").isVisible());
+        click_on(dialog, "transportRD");
+        QCoreApplication::processEvents();
+        EXPECT_EQ(places(dialog), usual);
+    });
+}
+
 TEST_F(NetworkStreamFormTest, ALargerFontGrowsTheDialogAndHidesNothing) {
     open_window();
     const QFont normal = QApplication::font();
