@@ -6,12 +6,17 @@
 #include <QByteArray>
 #include <QString>
 
+#include <cstddef>
 #include <optional>
 
 class networkCfg;
 class playbackCfg;
 class recordCfg;
 class stream_data_save;
+
+/// What the records hold of the path of a file or a directory, bytes.
+inline constexpr std::size_t longest_path = sizeof playback_setup_t::file_name - 1;
+static_assert(sizeof record_setup_t::directory_path == longest_path + 1);
 
 /// A record with the texts that it points to.
 struct DataRecord {

@@ -73,6 +73,18 @@ Layout lay_out(const LayoutInput& input) {
     return layout;
 }
 
+QRect message_room(const QRect& player_frame, int window_width, bool bar_shown) {
+    constexpr int left_button = 37;  // where `pinBtn` ends
+    constexpr int right_button = 25; // as far from the right edge `outBtn` begins
+    const QRect whole{QPoint{}, player_frame.size()};
+    if (bar_shown) {
+        return whole;
+    }
+    const int left = std::max(left_button - player_frame.left(), 0);
+    const int right = std::max(player_frame.left() + player_frame.width() - (window_width - right_button), 0);
+    return whole.adjusted(left, 0, -right, 0);
+}
+
 FramePlacement place_frame(QSize picture, QSize window, int bar_y, bool bar_shown) {
     FramePlacement placement;
     placement.bar_height = bar_shown ? window.height() - bar_y : 0;

@@ -49,6 +49,10 @@ struct Layout {
 
 Layout lay_out(const LayoutInput& input);
 
+/// Where in the video area a message may stand: not where the buttons at the window's lower corners lie over
+/// the picture, which they do without the bar.
+QRect message_room(const QRect& player_frame, int window_width, bool bar_shown);
+
 /// A picture of a fixed size in the window.
 struct FramePlacement {
     QSize source;     ///< the window without its bar, grown until the picture fits

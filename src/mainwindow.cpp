@@ -4,6 +4,8 @@
 #include "branding.h"
 #include "jsncfg.h"
 #include "loadlib.h"
+#include "message_line.h"
+#include "plain_tool_tips.h"
 #include "player_state.h"
 #include "ui_mainwindow.h"
 
@@ -32,6 +34,7 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow{parent}, ui{std::make_uniq
     video_screen = new QLabel{ui->playerFrame};
     video_screen->setAlignment(Qt::AlignCenter);
     video_screen->lower();
+    message_line = new MessageLine{ui->playerFrame};
     create_library_banner();
 
     config = std::make_unique<Config>(configuration_file);
@@ -45,6 +48,7 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow{parent}, ui{std::make_uniq
     start_volume();
     apply_branding();
     connect_signals();
+    new PlainToolTips{*this};
     get_action_info_timer.stop();
     set_first_look();
     get_action_info_timer.start(poll_interval_ms);
@@ -111,6 +115,7 @@ void MainWindow::connect_signals() {
     connect(&get_action_info_timer, &QTimer::timeout, this, &MainWindow::get_action_info);
     connect(&open_file_TM, &QTimer::timeout, this, &MainWindow::wait_finish);
     connect(&animate_TM, &QTimer::timeout, this, &MainWindow::open_file_animate);
+    connect(&message_TM, &QTimer::timeout, this, &MainWindow::follow_messages);
     connect(this, &MainWindow::processedImage, this, &MainWindow::updatePlayerUI);
 }
 

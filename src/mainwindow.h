@@ -11,10 +11,13 @@
 #include <QSize>
 #include <QTimer>
 
+#include <cstdint>
 #include <cstdlib>
 #include <memory>
+#include <optional>
 
 class Config;
+class MessageLine;
 class QLabel;
 
 namespace Ui {
@@ -186,6 +189,15 @@ private:
     void refit_picture();
     void send_display_size();
 
+    // --- messages over the picture: mainwindow_message.cpp ---
+private:
+    /// Follows the messages of a session that was opened, if its engine has any.
+    void start_messages();
+    void stop_messages();
+    void follow_messages();
+    /// @param purpose what the path was for, as in "cannot be ..."
+    void say_path_too_long(const char* purpose);
+
     // --- geometry: mainwindow_geometry.cpp ---
 public:
     /// Lays the window out for its size and the picture's.
@@ -223,6 +235,11 @@ private:
     std::unique_ptr<Config> config;
     QSize sent_display_size;   ///< device pixels; empty = not told in this session
     bool picture_waits{false}; ///< the newest picture is not in the label yet
+    MessageLine* message_line{nullptr};
+    QTimer message_TM{this};
+    std::optional<std::uint32_t> engine_event; ///< number of the last one in this session that does not last
+    std::optional<std::uint32_t> engine_state; ///< number of the last one in this session that lasts
+    bool engine_speaks{false};                 ///< the line shows what the engine said
 };
 
 extern "C" {

@@ -5,6 +5,7 @@
 #include "general/assertion.h"
 #include "geometry.h"
 #include "loadlib.h"
+#include "message_line.h"
 #include "player_state.h"
 #include "ui_mainwindow.h"
 
@@ -74,6 +75,8 @@ void MainWindow::resizePlayer() {
     ui->pinBtn->raise();
     ui->unpinBtn->raise();
     ui->tag_list->hide();
+    message_line->set_room(
+        geometry::message_room(layout.player_frame, input.window.width(), input.bar_shown));
     video_screen->setFixedSize(ui->playerFrame->size());
     send_display_size();
     refit_picture();

@@ -69,7 +69,8 @@ void MainWindow::on_actionOpen_File_triggered() {
     const playbackCfg& section = *m_mpCfg->p_playbackCfg;
     const auto setup = make_playback_setup(section);
     if (!setup) {
-        return; // the path does not fit the record: no other file may play in its place
+        say_path_too_long("opened"); // no other file may play in its place
+        return;
     }
     ++opening;
     stop_playback();
@@ -107,6 +108,7 @@ int MainWindow::open_file_trigger() {
     }
     const auto setup = make_plain_playback_setup(path, ui->actionTrickMode->isChecked());
     if (!setup) {
+        say_path_too_long("opened");
         return -1;
     }
     ++opening;
@@ -381,6 +383,7 @@ void MainWindow::on_actionStop_All_triggered() {
     if (has_session()) {
         m_velmora->Velmora_close(m_VidDisp);
         m_VidDisp = 0;
+        stop_messages();
         remove_picture();
     }
 }

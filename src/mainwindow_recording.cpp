@@ -40,7 +40,9 @@ void MainWindow::start_record() {
         return;
     }
     const auto record = make_record_setup(*m_mpCfg->p_recordCfg);
-    if (record && has_session()) {
+    if (!record) {
+        say_path_too_long("recorded to");
+    } else if (has_session()) {
         m_velmora->Velmora_set_record_param(m_VidDisp, *record);
         m_velmora->Velmora_start(m_VidDisp, 1 << RECORD_BIT);
     }

@@ -56,6 +56,7 @@ int MainWindow::init_vid_app() {
     }
     sent_display_size = QSize{};
     send_display_size();
+    start_messages();
     return result;
 }
 
@@ -72,6 +73,8 @@ void MainWindow::init_video() {
         if (const auto record = make_record_setup(*m_mpCfg->p_recordCfg)) {
             m_velmora->Velmora_set_record_param(m_VidDisp, *record);
             mask |= 1 << RECORD_BIT;
+        } else {
+            say_path_too_long("recorded to");
         }
     }
     m_velmora->Velmora_stop(m_VidDisp, 1 << STREAMING_BIT);

@@ -166,6 +166,12 @@ TEST(TagListPlace, MovesIntoAWindowThatEndsAboveIt) {
     EXPECT_EQ(geometry::tag_list_place(128, 402, 51, {40, 30}), QRect(0, 0, 51, 30));
 }
 
+TEST(MessageRoom, IsThePictureButForTheWindowsButtonsOverIt) {
+    EXPECT_EQ(geometry::message_room({0, -2, 720, 571}, 720, true), QRect(0, 0, 720, 571));
+    EXPECT_EQ(geometry::message_room({0, 36, 720, 576}, 720, false), QRect(37, 0, 658, 576));
+    EXPECT_EQ(geometry::message_room({100, 0, 520, 416}, 720, false), QRect(0, 0, 520, 416));
+}
+
 TEST(WholeRatio, IsTheNextIntegerThatMapsToOne) {
     EXPECT_EQ(prop2int(10, 1.25, DOUB), 12) << "12 x 1.25 = 15";
     EXPECT_EQ(prop2int(12, 1.25, DOUB), 12);
