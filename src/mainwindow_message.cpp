@@ -14,7 +14,7 @@
 namespace {
 
 /// A person takes what comes this soon for at once.
-constexpr std::chrono::milliseconds message_poll_interval{200};
+constexpr std::chrono::milliseconds message_poll_interval{250};
 
 /// The text of another program's record may lack its end.
 QString text_of(const velmora_message_t& message) {

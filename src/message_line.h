@@ -12,7 +12,6 @@
 /// wrapped, and cut at what room there is.
 class MessageLine : public QWidget {
     Q_OBJECT
-    Q_DISABLE_COPY_MOVE(MessageLine)
 
 public:
     enum class Severity { notice, warning, error };

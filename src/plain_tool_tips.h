@@ -9,7 +9,6 @@ class QWidget;
 /// of the widgets of a window are shown here as tips of the window itself, which has no style sheet.
 class PlainToolTips : public QObject {
     Q_OBJECT
-    Q_DISABLE_COPY_MOVE(PlainToolTips)
 
 public:
     /// @param window its owner; with all its widgets

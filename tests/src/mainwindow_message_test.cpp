@@ -51,7 +51,7 @@ protected:
     QTimer* asking_timer() {
         const auto timers = window().findChildren<QTimer*>(QString{}, Qt::FindDirectChildrenOnly);
         const auto found = std::ranges::find_if(
-            timers, [](const QTimer* timer) { return timer->isActive() && timer->interval() == 200; });
+            timers, [](const QTimer* timer) { return timer->isActive() && timer->interval() == 250; });
         return found == timers.end() ? nullptr : *found;
     }
     void play_in_dialog(const QString& file) {
