@@ -223,7 +223,7 @@ void Presenter::deliver(Lock& lock, Picture picture, bool is_new) {
         if (is_new && source->on_shown) {
             source->on_shown(picture);
         }
-        if (callback != nullptr && !rgb.bytes.empty()) {
+        if (callback != nullptr && !rgb.bytes.empty() && is_attached(*source)) {
             callback(user, 0, pixel_format_rgb24, rgb.size.width, rgb.size.height, rgb.pitch,
                      rgb.bytes.data(), nullptr);
         }
@@ -238,6 +238,12 @@ void Presenter::deliver(Lock& lock, Picture picture, bool is_new) {
         source->shown = std::move(picture);
     }
     end_delivery();
+}
+
+/// The display may have gone to another one while a picture was converted.
+bool Presenter::is_attached(const PictureSource& source) {
+    const std::lock_guard lock{mutex_};
+    return source_.get() == &source;
 }
 
 void Presenter::end_delivery() {

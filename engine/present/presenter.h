@@ -49,6 +49,7 @@ private:
     void begin_run(Lock& lock, Picture picture);
     static void remember(const PictureSource& source, const Picture& picture, const RgbPicture& rgb);
     void deliver(Lock& lock, Picture picture, bool is_new);
+    bool is_attached(const PictureSource& source);
     void end_delivery();
 
     std::mutex mutex_;
