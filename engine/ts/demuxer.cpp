@@ -1,9 +1,21 @@
 #include "ts/demuxer.h"
 
 #include <algorithm>
+#include <cstring>
 #include <utility>
 
 namespace velmora {
+
+namespace {
+
+/// What tells a packet that is sent twice from another one with its counter.
+std::uint64_t tail_of(const TsPacket& packet) {
+    std::uint64_t tail = 0;
+    std::memcpy(&tail, packet.bytes.last<sizeof tail>().data(), sizeof tail);
+    return tail;
+}
+
+} // namespace
 
 void Demuxer::feed(const TsPacket& packet) {
     if (packet.transport_error) {
@@ -17,9 +29,14 @@ void Demuxer::feed(const TsPacket& packet) {
     if (track == nullptr) {
         return;
     }
-    const Continuity continuity = continuity_.check(packet);
+    Continuity continuity = continuity_.check(packet);
+    const std::uint64_t last_tail =
+        std::exchange(track->last_tail, packet.payload.empty() ? track->last_tail : tail_of(packet));
     if (continuity == Continuity::duplicate) {
-        return;
+        if (last_tail == track->last_tail) {
+            return;
+        }
+        continuity = Continuity::broken; // as many are missing as the counter has steps
     }
     if (continuity == Continuity::broken) {
         ++continuity_errors_;

@@ -64,8 +64,9 @@ private:
         StreamKind kind{StreamKind::unknown};
         std::uint16_t pid{0};
         PesAssembler assembler{};
-        bool is_broken{false};     ///< something of it is missing in front of what comes next
-        bool was_scrambled{false}; ///< since the last unit
+        std::uint64_t last_tail{0}; ///< the last bytes of its last packet
+        bool is_broken{false};      ///< something of it is missing in front of what comes next
+        bool was_scrambled{false};  ///< since the last unit
     };
 
     void select();
