@@ -409,33 +409,34 @@ TEST_F(UdpReceiverTest, APortThatCannotBeOpenedIsRefused) {
     EXPECT_THROW(receive_by(99), ReceptionError);
 }
 
+/// Holds a port together with whoever shares it; nothing where somebody does not.
+FileDescriptor share(std::uint16_t port) {
+    FileDescriptor socket{::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)};
+    const int yes = 1;
+    ::setsockopt(socket.get(), SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    const bool is_bound =
+        ::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    return is_bound ? std::move(socket) : FileDescriptor{};
+}
+
 TEST_F(UdpReceiverTest, AUnicastPortIsNotTakenFromWhoHoldsIt) {
     const auto first = receive_by(Protocol_UDPTS);
     Collector of_second;
     EXPECT_THROW(receive({.protocol = Protocol_UDPTS, .port = port}, of_second.sink()), ReceptionError);
     // Nor by a program that would share it.
-    const int sharing = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    const int yes = 1;
-    ::setsockopt(sharing, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    EXPECT_NE(::bind(sharing, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    ::close(sharing);
+    EXPECT_FALSE(share(port));
     send(stream, recipe());
     EXPECT_TRUE(collector.wait_for(stream.size()));
 }
 
 TEST_F(UdpReceiverTest, AUnicastPortThatIsSharedAlreadyIsRefused) {
-    const int sharing = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    const int yes = 1;
-    ::setsockopt(sharing, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    ASSERT_EQ(::bind(sharing, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    FileDescriptor sharing = share(port);
+    ASSERT_TRUE(sharing);
     EXPECT_THROW(receive_by(Protocol_UDPTS), ReceptionError);
-    ::close(sharing);
+    sharing = {};
     EXPECT_NO_THROW(receive_by(Protocol_UDPTS));
 }
 
