@@ -205,6 +205,7 @@ void FilePlayer::run(const std::stop_token& stop) {
     }
     other_.reset(); // its threads wake this player
     slow_decoding_.withdraw();
+    note_scrambling(false);
     set_readiness(Readiness::failed);
     tags_->save();
 }
@@ -268,8 +269,21 @@ void FilePlayer::count_errors(std::uint64_t errors) {
     }
 }
 
+void FilePlayer::note_scrambling(bool is_scrambled) {
+    if (is_scrambled == std::exchange(is_scrambled_, is_scrambled)) {
+        return;
+    }
+    if (is_scrambled) {
+        messages_.begin(MessageBoard::State::scrambled, MessageBoard::Severity::error, "file",
+                        "The file is scrambled and cannot be shown");
+    } else {
+        messages_.end(MessageBoard::State::scrambled);
+    }
+}
+
 void FilePlayer::update_facts() {
     const UnitSorter& units = forward_->feed().units();
+    note_scrambling(units.is_scrambled());
     const VideoTrack& video = forward_->video();
     const auto& selection = units.selection();
     board_.update([&](PlaybackFacts& facts, StreamCounters& counters) {

@@ -106,6 +106,7 @@ private:
     bool take_commands();
     void count_decoded(std::uint64_t pictures);
     void count_errors(std::uint64_t errors);
+    void note_scrambling(bool is_scrambled);
     void update_facts();
     std::optional<SteadyTime> hand_out_data();
     void set_readiness(Readiness readiness);
@@ -154,6 +155,7 @@ private:
     std::unique_ptr<PlayRun> other_; ///< runs instead of forward_
     std::uint64_t other_errors_{0};  ///< met by runs beside forward_
     SlowDecodingReport slow_decoding_;
+    bool is_scrambled_{false}; ///< what is read, which a message says
     DueData data_;
     Tempo followed_;            ///< the tempo that the active run knows of
     Position resting_extent_{}; ///< the last picture known when playing came to rest

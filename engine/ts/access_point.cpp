@@ -190,6 +190,22 @@ Verdict meaning_in_cavs(Bytes bytes) {
                                                 : Verdict::undecided;
 }
 
+/// ITU-T H.263, 5.1.3 and 5.1.4: the coding type in PTYPE, or in MPPTYPE where that is extended.
+AccessPointResult find_in_h263(Bytes bytes) {
+    constexpr std::size_t extended_header = 8;
+    if (bytes.size() < extended_header) {
+        return {};
+    }
+    constexpr unsigned extended = 7;
+    if ((bytes[4] >> 2U & 7U) != extended) {
+        return {(bytes[4] & 0x02U) == 0 ? Verdict::point : Verdict::none, 0};
+    }
+    const unsigned update = (bytes[4] & 0x03U) << 1U | bytes[5] >> 7U;
+    // OPPTYPE, 18 bits, is there only where it is updated.
+    const unsigned type = update == 1 ? bytes[7] >> 2U & 7U : bytes[5] >> 4U & 7U;
+    return {type == 0 ? Verdict::point : Verdict::none, 0};
+}
+
 /// Dirac, 9.6: parse units, each behind its prefix.
 AccessPointResult find_in_dirac(Bytes bytes) {
     constexpr std::array<std::uint8_t, 4> prefix{'B', 'B', 'C', 'D'};
@@ -227,6 +243,9 @@ AccessPointResult find_access_point(AVCodecID codec, std::span<const std::uint8_
         break;
     case AV_CODEC_ID_MPEG4:
         result = find_by_start_codes(bytes, meaning_in_mpeg4);
+        break;
+    case AV_CODEC_ID_H263:
+        result = find_in_h263(bytes);
         break;
     case AV_CODEC_ID_VC1:
         result = find_by_start_codes(bytes, meaning_in_vc1);

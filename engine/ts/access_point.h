@@ -24,8 +24,8 @@ struct AccessPointResult {
 
 /// Looks at the start of an access unit up to its first slice or picture header.
 /// H.264: IDR slice or recovery point SEI (ITU-T H.264 7.4.1, D.2.8). HEVC: IRAP (ITU-T H.265 7.4.2.2).
-/// MPEG-2: sequence header or I picture (ISO/IEC 13818-2, 6.2.2). MPEG-4 part 2: I-VOP. VC-1, AVS and Dirac:
-/// sequence header, or what else needs nothing in front of it. Other codecs: every unit.
+/// MPEG-2: sequence header or I picture (ISO/IEC 13818-2, 6.2.2). MPEG-4 part 2: I-VOP. H.263: INTRA picture.
+/// VC-1, AVS and Dirac: sequence header, or what else needs nothing in front of it. Other codecs: every unit.
 /// @param bytes payload of the unit from its first byte on, as many as have arrived
 /// @param is_whole no more bytes will come; the verdict is never undecided then
 AccessPointResult find_access_point(AVCodecID codec, std::span<const std::uint8_t> bytes, bool is_whole);

@@ -2,6 +2,7 @@
 
 #include "ts/access_point.h"
 #include "ts/pes.h"
+#include "ts/undescribed_video.h"
 
 #include <algorithm>
 #include <utility>
@@ -56,6 +57,9 @@ bool ProgrammeChooser::feed(const TsPacket& packet) {
         return (selection_ && follow_tables()) || choose_data();
     }
     const bool begins_unit = packet.payload_unit_start && !packet.scrambled;
+    if (begins_unit && recognise(packet) && selection_) {
+        return follow_tables();
+    }
     if (is_confirmed_) {
         return begins_unit && with_video_ && with_video_->video->pid == packet.pid &&
                adopt(*std::exchange(with_video_, std::nullopt));
@@ -71,9 +75,39 @@ bool ProgrammeChooser::feed(const TsPacket& packet) {
     return (begins_unit || packets_ == patience) && choose_among_seen(may_wait);
 }
 
+/// As the tables and what was recognised beside them tell.
+std::vector<Programme> ProgrammeChooser::programmes() const {
+    std::vector<Programme> programmes = tables_.programmes();
+    for (Programme& programme : programmes) {
+        for (ElementaryStream& stream : programme.streams) {
+            const auto video = recognised_.find(stream.pid);
+            if (video != recognised_.end() && is_undescribed(stream)) {
+                stream.kind = StreamKind::video;
+                stream.codec = video->second;
+            }
+        }
+    }
+    return programmes;
+}
+
+/// @return true when the packet shows that its stream is video, which the tables do not tell
+bool ProgrammeChooser::recognise(const TsPacket& packet) {
+    const AVCodecID codec = recognised_.contains(packet.pid) ? AV_CODEC_ID_NONE : recognise_video(packet);
+    if (codec == AV_CODEC_ID_NONE) {
+        return false;
+    }
+    const auto known = tables_.programmes();
+    const bool is_new = std::ranges::any_of(known, [&](const Programme& programme) {
+        return std::ranges::any_of(programme.streams, [&](const ElementaryStream& stream) {
+            return stream.pid == packet.pid && is_undescribed(stream);
+        });
+    });
+    return is_new && recognised_.emplace(packet.pid, codec).second;
+}
+
 /// Whether a programme's key picture begins here, or sound of one that has nothing else has come for a while.
 bool ProgrammeChooser::is_there(const TsPacket& packet) const {
-    for (const Programme& programme : tables_.programmes()) {
+    for (const Programme& programme : programmes()) {
         const StreamSelection candidate = select_streams(programme);
         if (!candidate.is_playable() || candidate.leading().pid != packet.pid) {
             continue;
@@ -89,7 +123,7 @@ bool ProgrammeChooser::has_waited() const {
 }
 
 void ProgrammeChooser::tell_of_unknown_in_tables() {
-    for (const Programme& programme : tables_.programmes()) {
+    for (const Programme& programme : programmes()) {
         for (const ElementaryStream& stream : programme.streams) {
             if (may_be_playable(stream) && told_.insert({stream.pid, stream.type}).second) {
                 on_unknown_(stream);
@@ -100,17 +134,19 @@ void ProgrammeChooser::tell_of_unknown_in_tables() {
 
 bool ProgrammeChooser::restart(const StreamSelection* selection) {
     tables_.restart();
+    if (selection != nullptr && selection->video && selection->video->codec == AV_CODEC_ID_H263) {
+        recognised_.emplace(selection->video->pid, AV_CODEC_ID_H263);
+    }
     return selection != nullptr && adopt(*selection);
 }
 
 std::optional<std::uint16_t> ProgrammeChooser::clock_pid() const {
-    const auto programmes = tables_.programmes();
-    const auto selected = std::ranges::find_if(programmes, [this](const Programme& programme) {
+    const auto all = programmes();
+    const auto selected = std::ranges::find_if(all, [this](const Programme& programme) {
         return selection_ && programme.number == selection_->programme;
     });
-    return selected != programmes.end() && selected->pcr_pid != null_packet_pid
-               ? std::optional{selected->pcr_pid}
-               : std::nullopt;
+    return selected != all.end() && selected->pcr_pid != null_packet_pid ? std::optional{selected->pcr_pid}
+                                                                         : std::nullopt;
 }
 
 std::vector<std::uint16_t> ProgrammeChooser::wanted() const {
@@ -118,7 +154,7 @@ std::vector<std::uint16_t> ProgrammeChooser::wanted() const {
         return {played->leading().pid};
     }
     std::vector<std::uint16_t> pids;
-    for (const Programme& programme : tables_.programmes()) {
+    for (const Programme& programme : programmes()) {
         if (const StreamSelection candidate = select_streams(programme); candidate.is_playable()) {
             pids.push_back(candidate.leading().pid);
         }
@@ -143,7 +179,7 @@ bool ProgrammeChooser::choose_among_seen(bool may_wait) {
     if (may_wait && !tables_.complete()) {
         return false;
     }
-    for (const Programme& programme : tables_.programmes()) {
+    for (const Programme& programme : programmes()) {
         StreamSelection candidate = select_streams(programme);
         if (!candidate.is_playable()) {
             continue;
@@ -174,7 +210,7 @@ bool ProgrammeChooser::choose_data() {
         return false;
     }
     std::optional<StreamSelection> first_with_data;
-    for (const Programme& programme : tables_.programmes()) {
+    for (const Programme& programme : programmes()) {
         const StreamSelection candidate = select_streams(programme);
         if (candidate.is_playable()) {
             return false;
@@ -191,7 +227,7 @@ bool ProgrammeChooser::follow_tables() {
         return false;
     }
     std::optional<StreamSelection> first_playable;
-    for (const Programme& programme : tables_.programmes()) {
+    for (const Programme& programme : programmes()) {
         const StreamSelection candidate = select_streams(programme);
         if (!candidate.is_playable()) {
             continue;

@@ -62,6 +62,8 @@ public:
     bool has_waited() const;
 
 private:
+    std::vector<Programme> programmes() const;
+    bool recognise(const TsPacket& packet);
     bool is_there(const TsPacket& packet) const;
     bool choose_among_seen(bool may_wait);
     bool choose_data();
@@ -74,6 +76,7 @@ private:
     ProgrammeTables tables_;
     StreamSink on_unknown_;
     std::set<std::pair<std::uint16_t, std::uint8_t>> told_; ///< PIDs with their stream types
+    std::map<std::uint16_t, AVCodecID> recognised_;         ///< video that the tables do not describe, by PID
     std::map<std::uint16_t, int> units_;                    ///< how many units began on each PID in the clear
     std::set<std::uint16_t> scrambled_;                     ///< PIDs
     std::optional<StreamSelection> selection_;

@@ -107,6 +107,7 @@ TEST_P(CodecOfLiveStream, IsShownAndHeard) {
 const std::vector<Coded>& unusual() {
     static const std::vector<Coded> all{
         video("Mpeg4", "-c:v mpeg4", AV_CODEC_ID_MPEG4),
+        video("H263", "-c:v h263p -bf 0 -qscale:v 6 -aspect 4:3", AV_CODEC_ID_H263),
         video("Dirac", "-c:v vc2 -b:v 20M -maxrate 20M -bufsize 20M", AV_CODEC_ID_DIRAC),
         video("Jpeg2000", "-c:v jpeg2000 -format j2k", AV_CODEC_ID_JPEG2000, 0x21),
         sound("S302m", "s302m", AV_CODEC_ID_S302M, 0, "-strict -2"),

@@ -66,6 +66,20 @@ TEST_F(FileMessage, TellsWhyAFileDoesNotOpen) {
     EXPECT_EQ(refusal(tables), because("nothing in it can be decoded", tables));
 }
 
+TEST_F(FileMessage, TellsThatAFileIsScrambled) {
+    StreamRecipe recipe = two_seconds("mp2");
+    recipe.duration = 10;
+    const Bytes stream = scrambled(read_bytes(make_stream(recipe)), video_pid, [](double) { return true; });
+    ASSERT_EQ(engine_.play(scratch_.write("scrambled.ts", stream)), 0) << "its sound is heard";
+    EXPECT_TRUE(engine_.wait_for_info([this](const velmora_info_t&) {
+        const velmora_message_t message = engine_.message();
+        return message.kind == MESSAGE_ERROR + MESSAGE_LASTING &&
+               std::string{message.text} == "The file is scrambled and cannot be shown";
+    }));
+    engine_.stop();
+    EXPECT_EQ(engine_.message().kind, MESSAGE_NONE);
+}
+
 TEST_F(FileMessage, TellsOfAMissingPermission) {
     if (::geteuid() == 0) {
         GTEST_SKIP() << "the superuser may read everything";

@@ -42,6 +42,21 @@ TEST(AccessPoint, HevcIrap) {
     EXPECT_EQ(verdict(AV_CODEC_ID_HEVC, units({{0x46, 1}, {0x02, 1, 0xD0}})), AccessPointVerdict::none);
 }
 
+TEST(AccessPoint, H263IntraPicture) {
+    const auto picture = [](std::initializer_list<std::uint8_t> type) {
+        Bytes bytes{0, 0, 0x80, 0x02}; // start code, temporal reference 0
+        bytes.insert(bytes.end(), type);
+        bytes.resize(12);
+        return verdict(AV_CODEC_ID_H263, bytes);
+    };
+    EXPECT_EQ(picture({0x0C}), AccessPointVerdict::point) << "CIF, INTRA";
+    EXPECT_EQ(picture({0x0E}), AccessPointVerdict::none) << "CIF, INTER";
+    EXPECT_EQ(picture({0x1C, 0x80, 0, 0x00}), AccessPointVerdict::point) << "extended, INTRA";
+    EXPECT_EQ(picture({0x1C, 0x80, 0, 0x04}), AccessPointVerdict::none) << "extended, INTER";
+    EXPECT_EQ(picture({0x1C, 0x00}), AccessPointVerdict::point) << "extended as before, INTRA";
+    EXPECT_EQ(picture({0x1C, 0x10}), AccessPointVerdict::none) << "extended as before, INTER";
+}
+
 TEST(AccessPoint, Mpeg2SequenceHeaderOrIntraPicture) {
     EXPECT_EQ(verdict(AV_CODEC_ID_MPEG2VIDEO, units({{0xB3, 0x14}})), AccessPointVerdict::point);
     EXPECT_EQ(verdict(AV_CODEC_ID_MPEG2VIDEO, units({{0x00, 0x00, 0x08, 0}})), AccessPointVerdict::point);
