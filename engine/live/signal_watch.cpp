@@ -76,8 +76,9 @@ std::optional<SignalWatch::Complaint> SignalWatch::judge(const Sight& sight, Ste
                          "The picture is " + seconds_text(now - *sight.last_picture) +
                              " old: what comes on " + source_.name + " cannot be decoded"};
     }
+    // Not worth a line: whoever joins a stream waits for its next key picture.
     return Complaint{
-        State::old_picture, Severity::warning,
+        State::old_picture, Severity::notice,
         "Data comes on " + source_.name +
             (sight.content == Content::video ? ", but no picture yet" : ", but no programme yet")};
 }

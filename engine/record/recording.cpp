@@ -65,7 +65,7 @@ void Recording::create(const std::string& latin1_directory, const std::string& l
     int number = first_number - 1;
     do {
         ++number;
-        path_ = directory + '/' + numbered_name(name, number);
+        path_ = directory + (directory.ends_with('/') ? "" : "/") + numbered_name(name, number);
         file_ = FileDescriptor{
             ::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC, everybody_may_read)};
     } while (!file_ && errno == EEXIST && number < first_number + most_of_a_name);
