@@ -18,7 +18,8 @@ void MessageBoard::post(Severity severity, std::string_view component, std::stri
     latest_at_ = now_();
 }
 
-void MessageBoard::begin(State state, Severity severity, std::string_view component, std::string text) {
+void MessageBoard::begin(State state, Severity severity, std::string_view component,
+                         const std::string& text) {
     bool has_begun = false;
     {
         const std::lock_guard lock{mutex_};

@@ -53,7 +53,7 @@ public:
     /// The state begins, which goes to standard error in the same way; where it lasts already, only its text
     /// is new.
     /// @param component of log_incident; empty where a line was written already
-    void begin(State state, Severity severity, std::string_view component, std::string text);
+    void begin(State state, Severity severity, std::string_view component, const std::string& text);
     /// The state is over; nothing happens where it did not last.
     void end(State state);
 

@@ -23,7 +23,7 @@ SignalWatch::~SignalWatch() {
 }
 
 void SignalWatch::look(const Sight& sight, SteadyTime now) {
-    auto complaint = judge(sight, now);
+    const auto complaint = judge(sight, now);
     if (!complaint) {
         withdraw();
         return;
@@ -37,7 +37,7 @@ void SignalWatch::look(const Sight& sight, SteadyTime now) {
     state_ = complaint->state;
     text_ = complaint->text;
     messages_.begin(complaint->state, complaint->severity, complaint->is_logged ? "" : "live",
-                    std::move(complaint->text));
+                    complaint->text);
 }
 
 void SignalWatch::rest(SteadyTime now) {

@@ -285,7 +285,9 @@ TEST_P(DamagedStreams, PlayBothWaysSeekPauseAndStopWithoutHarm) {
 
         const auto beginning = static_cast<int>(GetParam() + static_cast<unsigned>(round));
         const int speed = beginning / directions % speeds;
-        if (engine.play_within(5s, file, speed, beginning % directions) == 0) {
+        const auto result = engine.play_within(5s, file, speed, beginning % directions);
+        ASSERT_TRUE(result) << "the start has not come back: speed " << speed;
+        if (*result == 0) {
             if (random() % 4 != 0) {
                 engine.seek(static_cast<int>(random() % 4));
             }

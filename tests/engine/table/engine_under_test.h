@@ -57,9 +57,10 @@ public:
     /// @return the result of Velmora_start
     int play(const std::filesystem::path& file, int speed = PLAYER_SPD_NORMAL,
              int direction = PLAYER_DIR_FORWARD);
-    /// As play, and reports a failure when it takes longer; it is stopped then.
-    int play_within(std::chrono::seconds limit, const std::filesystem::path& file,
-                    int speed = PLAYER_SPD_NORMAL, int direction = PLAYER_DIR_FORWARD);
+    /// As play.
+    /// @return nothing when it took longer; it is stopped then
+    std::optional<int> play_within(std::chrono::seconds limit, const std::filesystem::path& file,
+                                   int speed = PLAYER_SPD_NORMAL, int direction = PLAYER_DIR_FORWARD);
     /// As play, in the mode that keeps an index beside the file.
     int play_with_index(const std::filesystem::path& file, int speed = PLAYER_SPD_NORMAL);
     /// As play, again and again.
