@@ -3,7 +3,7 @@
 
 #include "decode/decoding_effort.h"
 #include "decode/decoding_load.h"
-#include "decode/picture_class.h"
+#include "decode/picture_classifier.h"
 #include "decode/processor_time.h"
 #include "media/av_handles.h"
 #include "media/timeline.h"

@@ -1,6 +1,6 @@
 #include "live/live_view.h"
 
-#include "decode/picture_class.h"
+#include "decode/picture_classifier.h"
 #include "diagnostics/log.h"
 #include "ts/access_point.h"
 

@@ -1,7 +1,7 @@
 // Which stretch of a file is decoded next to play it backward, and when.
 #pragma once
 
-#include "decode/picture_class.h"
+#include "decode/picture_classifier.h"
 #include "media/timeline.h"
 
 #include <chrono>

@@ -1,5 +1,7 @@
-// What other pictures need a coded picture for: which ones can be left out to play faster.
+// Tells what other pictures need a coded picture for: which ones can be dropped to play faster.
 #pragma once
+
+#include "media/picture_class.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -10,13 +12,6 @@ extern "C" {
 #include <span>
 
 namespace velmora {
-
-enum class PictureClass {
-    key,               ///< decoding can begin with it
-    reference,         ///< predicted from the past, others need it
-    two_way_reference, ///< predicted from both sides, others need it
-    disposable         ///< no other picture needs it
-};
 
 /// @param parser as it stands behind the unit
 /// @param unit a whole access unit of H.264, HEVC or MPEG-2 video

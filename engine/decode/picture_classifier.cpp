@@ -1,4 +1,4 @@
-#include "decode/picture_class.h"
+#include "decode/picture_classifier.h"
 
 #include "decode/access_unit.h"
 
