@@ -3,7 +3,7 @@
 namespace velmora {
 
 velmora_handle_t SessionRegistry::open() {
-    auto session = std::make_shared<Session>();
+    auto session = std::make_shared<Session>(time_);
     const std::lock_guard lock{mutex_};
     sessions_.emplace(++last_handle_, std::move(session));
     return last_handle_;

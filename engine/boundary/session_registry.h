@@ -1,6 +1,7 @@
 // Which handle stands for which session.
 #pragma once
 
+#include "pacing/real_time.h"
 #include "session/session.h"
 #include "velmoraapi.h"
 
@@ -21,6 +22,7 @@ public:
     std::shared_ptr<Session> remove(velmora_handle_t handle);
 
 private:
+    RealTime time_;
     mutable std::mutex mutex_;
     std::map<velmora_handle_t, std::shared_ptr<Session>> sessions_;
     velmora_handle_t last_handle_{0};

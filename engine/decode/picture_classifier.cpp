@@ -54,6 +54,20 @@ bool begins_anew(AVCodecID codec, std::span<const std::uint8_t> unit) {
     return type == 19 || type == 20; // ITU-T H.265 table 7-1
 }
 
+bool is_skipped(PictureClass kind, AVDiscard skip) {
+    switch (kind) {
+    case PictureClass::key:
+        return skip >= AVDISCARD_ALL;
+    case PictureClass::reference:
+        return skip >= AVDISCARD_NONKEY;
+    case PictureClass::two_way_reference:
+        return skip >= AVDISCARD_BIDIR;
+    case PictureClass::disposable:
+        return skip >= AVDISCARD_NONREF;
+    }
+    return false;
+}
+
 void PictureClassShares::count(PictureClass kind) {
     ++counts_[static_cast<std::size_t>(kind)];
     if (std::accumulate(counts_.begin(), counts_.end(), 0) >= most_counted) {
@@ -68,13 +82,10 @@ double PictureClassShares::kept(AVDiscard skip) const {
     if (all < enough_to_judge || skip < AVDISCARD_NONREF) {
         return 1.0;
     }
-    const auto of = [&](PictureClass kind) { return counts_[static_cast<std::size_t>(kind)]; };
-    int kept = of(PictureClass::key);
-    if (skip < AVDISCARD_NONKEY) {
-        kept += of(PictureClass::reference);
-    }
-    if (skip < AVDISCARD_BIDIR) {
-        kept += of(PictureClass::two_way_reference);
+    int kept = 0;
+    for (const auto kind : {PictureClass::key, PictureClass::reference, PictureClass::two_way_reference,
+                            PictureClass::disposable}) {
+        kept += is_skipped(kind, skip) ? 0 : counts_[static_cast<std::size_t>(kind)];
     }
     return static_cast<double>(kept) / all;
 }

@@ -22,6 +22,9 @@ PictureClass picture_class(AVCodecID codec, const AVCodecParserContext& parser,
 /// tell by an IDR picture. False when it is not certain.
 bool begins_anew(AVCodecID codec, std::span<const std::uint8_t> unit);
 
+/// Whether decoding with this skip level drops pictures of the class.
+bool is_skipped(PictureClass kind, AVDiscard skip);
+
 /// Counts the classes of a stream's latest pictures.
 class PictureClassShares {
 public:

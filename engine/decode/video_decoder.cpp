@@ -53,9 +53,9 @@ CodecContext make_context(AVCodecID codec) {
 
 } // namespace
 
-VideoDecoder::VideoDecoder(AVCodecID codec, CostClock cost_clock)
+VideoDecoder::VideoDecoder(AVCodecID codec, TimeSource& time)
     : codec_id_{codec}, context_{make_context(codec)}, parser_{make_parser(codec)}, packet_{make_packet()},
-      cost_clock_{std::move(cost_clock)} {}
+      time_{time} {}
 
 void VideoDecoder::accept_damaged_start() {
     context_->flags |= AV_CODEC_FLAG_OUTPUT_CORRUPT;
@@ -168,8 +168,8 @@ void VideoDecoder::parse(const std::uint8_t* data, int size, std::optional<Posit
             }
             is_flushed_ = false;
             context_->skip_frame = only_reference ? std::max(skip_, AVDISCARD_NONREF) : skip_;
-            show_preview();
-            decode_packet({unit, static_cast<std::size_t>(unit_size)}, sink);
+            show_preview(kind);
+            decode_packet(kind, {unit, static_cast<std::size_t>(unit_size)}, sink);
         } else if (used <= 0) {
             is_last_round = true;
         }
@@ -253,28 +253,32 @@ void VideoDecoder::follow_load(std::span<const std::uint8_t> unit, const Sink& s
     }
 }
 
-void VideoDecoder::show_preview() {
+/// What the decoder does with the next unit at its present level.
+DecodingWork VideoDecoder::work_on(PictureClass kind) const {
+    return {.picture = kind, .is_skipped = is_skipped(kind, context_->skip_frame)};
+}
+
+void VideoDecoder::show_preview(PictureClass kind) {
     const Sink preview = std::exchange(preview_, nullptr);
     if (!preview || (context_->has_b_frames == 0 && context_->thread_count == 1)) {
         return;
     }
-    const auto begin = cost_clock_();
-    send(packet_.get(), preview);
-    send(nullptr, preview);
-    avcodec_flush_buffers(context_.get());
+    const auto cost = time_.measure(work_on(kind), [&] {
+        send(packet_.get(), preview);
+        send(nullptr, preview);
+        avcodec_flush_buffers(context_.get());
+    });
     if (load_) {
-        load_->begin_with(static_cast<std::size_t>(packet_->size), cost_clock_() - begin);
+        load_->begin_with(static_cast<std::size_t>(packet_->size), cost);
     }
 }
 
-void VideoDecoder::decode_packet(std::span<const std::uint8_t> unit, const Sink& sink) {
+void VideoDecoder::decode_packet(PictureClass kind, std::span<const std::uint8_t> unit, const Sink& sink) {
     if (load_) {
         follow_load(unit, sink);
     }
     const bool is_own_work = context_->active_thread_type != FF_THREAD_FRAME;
-    const auto begin = cost_clock_();
-    send(packet_.get(), sink);
-    const auto cost = cost_clock_() - begin;
+    const auto cost = time_.measure(work_on(kind), [&] { send(packet_.get(), sink); });
     if (is_own_work && context_->skip_frame == AVDISCARD_DEFAULT) {
         effort_.add(cost);
     }

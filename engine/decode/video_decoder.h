@@ -4,9 +4,9 @@
 #include "decode/decoding_effort.h"
 #include "decode/decoding_load.h"
 #include "decode/picture_classifier.h"
-#include "decode/processor_time.h"
 #include "media/av_handles.h"
 #include "media/timeline.h"
+#include "pacing/time_source.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -34,8 +34,8 @@ public:
     /// Receives pictures in display order; `pts` holds the ticks of their Position, or AV_NOPTS_VALUE.
     using Sink = std::function<void(AvFrame)>;
 
-    /// @param cost_clock asked before and behind each piece of work: the difference is what it cost
-    explicit VideoDecoder(AVCodecID codec, CostClock cost_clock = processor_time);
+    /// @param time measures what decoding takes; outlives the decoder
+    VideoDecoder(AVCodecID codec, TimeSource& time);
 
     AVCodecID codec_id() const { return codec_id_; }
     /// Decodes the access units that the unit completes.
@@ -87,8 +87,9 @@ private:
     void follow_load(std::span<const std::uint8_t> unit, const Sink& sink);
     bool has_threads(int threads, int thread_type) const;
     void exchange(int threads, int thread_type);
-    void show_preview();
-    void decode_packet(std::span<const std::uint8_t> unit, const Sink& sink);
+    void show_preview(PictureClass kind);
+    void decode_packet(PictureClass kind, std::span<const std::uint8_t> unit, const Sink& sink);
+    DecodingWork work_on(PictureClass kind) const;
     void send(const AVPacket* packet, const Sink& sink);
     void receive(const Sink& sink);
 
@@ -103,7 +104,7 @@ private:
     Hurry hurry_{Hurry::never};
     bool is_flushed_{true}; ///< nothing was decoded since
     int usual_threads_{1};
-    CostClock cost_clock_;
+    TimeSource& time_;
     std::optional<DecodingLoad> load_; ///< of a stream that is live
     PictureClassShares shares_;
     DecodingEffort effort_;

@@ -6,8 +6,6 @@
 
 namespace velmora {
 
-MessageBoard::MessageBoard(std::function<Time()> now) : now_{std::move(now)} {}
-
 void MessageBoard::post(Severity severity, std::string_view component, std::string_view kind,
                         std::string text) {
     if (severity != Severity::notice) {
@@ -15,7 +13,7 @@ void MessageBoard::post(Severity severity, std::string_view component, std::stri
     }
     const std::lock_guard lock{mutex_};
     latest_ = {++last_number_, severity, false, std::move(text)};
-    latest_at_ = now_();
+    latest_at_ = time_.now();
 }
 
 void MessageBoard::begin(State state, Severity severity, std::string_view component,
@@ -55,7 +53,7 @@ std::optional<MessageBoard::Message> MessageBoard::newest() const {
     const std::lock_guard lock{mutex_};
     if (const Message* const state = newest_state()) {
         const bool event_stands =
-            latest_.severity && latest_.number > state->number && now_() - latest_at_ < event_time;
+            latest_.severity && latest_.number > state->number && time_.now() - latest_at_ < event_time;
         return event_stands ? latest_ : *state;
     }
     return last_number_ == 0 ? std::nullopt : std::optional{latest_};

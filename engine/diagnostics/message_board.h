@@ -1,11 +1,12 @@
 // What the user should know: events for a moment, states for as long as they last.
 #pragma once
 
+#include "pacing/time_source.h"
+
 #include <array>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -19,7 +20,6 @@ namespace velmora {
 /// event_time, then the state again.
 class MessageBoard {
 public:
-    using Time = std::chrono::steady_clock::time_point;
     enum class Severity : std::int32_t { notice = 1, warning = 2, error = 3 };
     /// What can last; each at most once at a time.
     enum class State {
@@ -43,8 +43,8 @@ public:
     /// Longer than two lines of subtitles stand.
     static constexpr std::chrono::seconds event_time{5};
 
-    /// @param now the time; called under the board's lock
-    explicit MessageBoard(std::function<Time()> now = std::chrono::steady_clock::now);
+    /// @param time outlives the board
+    explicit MessageBoard(const TimeSource& time) : time_{time} {}
 
     /// Something happened. Unless it is what was asked for, a notice, it goes to standard error as well.
     /// @param component, kind as of log_incident
@@ -63,11 +63,11 @@ public:
 private:
     const Message* newest_state() const;
 
-    const std::function<Time()> now_;
+    const TimeSource& time_;
     mutable std::mutex mutex_;
     // Protected by mutex_:
     Message latest_; ///< of events and of states that are over
-    Time latest_at_{};
+    SteadyTime latest_at_{};
     std::uint32_t last_number_{0};
     std::array<std::optional<Message>, static_cast<std::size_t>(State::count)> states_;
 };

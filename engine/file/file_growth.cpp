@@ -20,9 +20,9 @@ constexpr auto patience = 5s;
 
 } // namespace
 
-FileGrowth::FileGrowth(std::shared_ptr<const FileSource> source)
+FileGrowth::FileGrowth(std::shared_ptr<const FileSource> source, SteadyTime now)
     : source_{std::move(source)}, size_{source_->size()},
-      written_at_{SteadyClock::now() - std::max(source_->time_since_writing(), 0ms)} {}
+      written_at_{now - std::max(source_->time_since_writing(), 0ms)} {}
 
 bool FileGrowth::is_growing(SteadyTime now) {
     const std::lock_guard lock{mutex_};

@@ -15,7 +15,7 @@ namespace velmora {
 /// it grows as long as it was written to not long ago. Thread-safe.
 class FileGrowth {
 public:
-    explicit FileGrowth(std::shared_ptr<const FileSource> source);
+    FileGrowth(std::shared_ptr<const FileSource> source, SteadyTime now);
 
     /// To be asked now and then, and before what may be the end is read: what comes after the answer is no
     /// part of it.

@@ -34,14 +34,15 @@ constexpr std::chrono::seconds recently{5};
 class FileScan {
 public:
     FileScan(std::shared_ptr<const FileSource> source, std::shared_ptr<FileGrowth> growth,
-             std::shared_ptr<AccessPointIndex> index, SidecarUse sidecar, std::function<void()> on_progress)
+             std::shared_ptr<AccessPointIndex> index, SidecarUse sidecar, TimeSource& time,
+             std::function<void()> on_progress)
         : source_{std::move(source)}, growth_{std::move(growth)}, index_{std::move(index)}, sidecar_{sidecar},
-          on_progress_{std::move(on_progress)}, reader_{source_, scan_block_size} {}
+          time_{time}, on_progress_{std::move(on_progress)}, reader_{source_, scan_block_size} {}
 
     void run(const std::stop_token& stop) {
         begin();
         while (!stop.stop_requested() && source_->size() == known_size_ &&
-               !growth_->is_growing(SteadyClock::now())) {
+               !growth_->is_growing(time_.now())) {
             pause(stop, look_for_growth);
         }
         while (!stop.stop_requested()) {
@@ -85,7 +86,7 @@ private:
     }
 
     void scan_block(const std::stop_token& stop) {
-        const bool is_growing = growth_->is_growing(SteadyClock::now());
+        const bool is_growing = growth_->is_growing(time_.now());
         const bool goes_on =
             reader_.read_block([this](const TsPacket& packet) { collector_->feed(packet); }, is_growing);
         const bool is_more = reader_.offset() > scanned_;
@@ -113,42 +114,41 @@ private:
     }
 
     void pause(const std::stop_token& stop, std::chrono::milliseconds duration) {
-        std::unique_lock lock{mutex_};
-        never_.wait_for(lock, stop, duration, [] { return false; });
+        never_->wait(stop, time_.now() + duration);
     }
 
     std::shared_ptr<const FileSource> source_;
     std::shared_ptr<FileGrowth> growth_;
     std::shared_ptr<AccessPointIndex> index_;
     SidecarUse sidecar_;
+    TimeSource& time_;
+    const std::unique_ptr<WakeSignal> never_{time_.make_signal()};
     std::function<void()> on_progress_;
     PacketReader reader_;
     std::optional<AccessPointCollector> collector_;
     std::uint64_t known_size_{0}; ///< what the index beside the file covers to the end; 0 = not all of it
     std::uint64_t scanned_{0};
     bool is_finished_{false};
-    std::mutex mutex_;
-    std::condition_variable_any never_;
 };
 
 } // namespace
 
 IndexScanner::IndexScanner(std::shared_ptr<const FileSource> source, std::shared_ptr<FileGrowth> growth,
-                           std::shared_ptr<AccessPointIndex> index, SidecarUse sidecar,
+                           std::shared_ptr<AccessPointIndex> index, SidecarUse sidecar, TimeSource& time,
                            std::function<void()> on_progress)
-    : thread_{[source = std::move(source), growth = std::move(growth), index = std::move(index), sidecar,
-               on_progress = std::move(on_progress)](const std::stop_token& stop) {
-          // Linux keeps a nice value per thread: playing comes first.
-          ::setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), background_nice);
-          try {
-              FileScan{source, growth, index, sidecar, on_progress}.run(stop);
-          } catch (const std::exception& error) {
-              log_incident("index", "scan", std::string{"scanning ended early: "} + error.what());
-              // Nobody waits for what will not come any more.
-              const IndexExtent extent = index->extent();
-              index->set_extent(extent.end, extent.last_picture, true);
-              on_progress();
-          }
-      }} {}
+    : thread_{time, [&time, source = std::move(source), growth = std::move(growth), index = std::move(index),
+                     sidecar, on_progress = std::move(on_progress)](const std::stop_token& stop) {
+                  // Linux keeps a nice value per thread: playing comes first.
+                  ::setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), background_nice);
+                  try {
+                      FileScan{source, growth, index, sidecar, time, on_progress}.run(stop);
+                  } catch (const std::exception& error) {
+                      log_incident("index", "scan", std::string{"scanning ended early: "} + error.what());
+                      // Nobody waits for what will not come any more.
+                      const IndexExtent extent = index->extent();
+                      index->set_extent(extent.end, extent.last_picture, true);
+                      on_progress();
+                  }
+              }} {}
 
 } // namespace velmora

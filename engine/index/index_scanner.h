@@ -4,10 +4,10 @@
 #include "file/file_growth.h"
 #include "file/file_source.h"
 #include "index/access_point_index.h"
+#include "pacing/time_source.h"
 
 #include <functional>
 #include <memory>
-#include <thread>
 
 namespace velmora {
 
@@ -19,13 +19,14 @@ enum class SidecarUse { none, kept };
 /// does not cover is scanned; a scan that reached the end is stored.
 class IndexScanner {
 public:
+    /// @param time outlives the scanner
     /// @param on_progress called on the scanner's thread after each block, and when the file grows no more
     IndexScanner(std::shared_ptr<const FileSource> source, std::shared_ptr<FileGrowth> growth,
-                 std::shared_ptr<AccessPointIndex> index, SidecarUse sidecar,
+                 std::shared_ptr<AccessPointIndex> index, SidecarUse sidecar, TimeSource& time,
                  std::function<void()> on_progress);
 
 private:
-    std::jthread thread_;
+    Worker thread_;
 };
 
 } // namespace velmora

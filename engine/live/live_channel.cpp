@@ -82,7 +82,7 @@ void LiveChannel::set_recording(const record_setup_t& setup) {
 /// @return nothing, and a message, when nothing can be received
 std::shared_ptr<Reception> LiveChannel::open_reception(const Streaming& streaming) {
     try {
-        auto reception = std::make_shared<Reception>(streaming.receiver);
+        auto reception = std::make_shared<Reception>(streaming.receiver, time_);
         if (const auto& target = streaming.retransmission) {
             auto retransmitter = std::make_shared<Retransmitter>(target->ip, target->port);
             reception->subscribe(
@@ -135,7 +135,7 @@ std::shared_ptr<LiveView> LiveChannel::start_view() {
     };
     auto view = std::make_shared<LiveView>(streaming->sync_delay,
                                            SignalWatch::Source{source_name(streaming->receiver), trouble},
-                                           messages_, hooks_);
+                                           time_, messages_, hooks_);
     reception->subscribe(
         Reception::Subscriber::view, [view](const SharedBlock& block) { view->feed(block); },
         Reception::From::now);
@@ -195,7 +195,7 @@ bool LiveChannel::start_recording() {
     }
     std::shared_ptr<Recorder> recorder;
     try {
-        recorder = std::make_shared<Recorder>(*setup, messages_, [] {});
+        recorder = std::make_shared<Recorder>(*setup, time_, messages_, [] {});
     } catch (const RecordingError& error) {
         messages_.post(MessageBoard::Severity::error, "record", "start",
                        "Nothing is recorded: " + std::string{error.what()});

@@ -3,6 +3,7 @@
 
 #include "live/live_view.h"
 #include "live/reception.h"
+#include "pacing/time_source.h"
 #include "receive/retransmitter.h"
 #include "record/ending_recordings.h"
 #include "record/recorder.h"
@@ -21,8 +22,9 @@ namespace velmora {
 /// read never wait.
 class LiveChannel {
 public:
-    LiveChannel(MessageBoard& messages, LiveView::Hooks hooks)
-        : messages_{messages}, hooks_{std::move(hooks)} {}
+    /// @param time, messages outlive the channel
+    LiveChannel(TimeSource& time, MessageBoard& messages, LiveView::Hooks hooks)
+        : time_{time}, messages_{messages}, hooks_{std::move(hooks)} {}
 
     void set_streaming(const streaming_setup_t& setup);
     void set_recording(const record_setup_t& setup);
@@ -66,9 +68,10 @@ private:
     void end_reception_without_use();
     void attach_recorder(const std::shared_ptr<Recorder>& recorder);
 
+    TimeSource& time_;
     MessageBoard& messages_;
     const LiveView::Hooks hooks_;
-    EndingRecordings ending_;
+    EndingRecordings ending_{time_};
     std::mutex command_mutex_; ///< orders starts and stops
 
     mutable std::mutex mutex_; ///< held for moments only

@@ -42,11 +42,11 @@ void anchor_at_origin(SharedPlayClock& clock, SteadyTime origin) {
 
 } // namespace
 
-LiveView::LiveView(std::chrono::milliseconds sync_delay, SignalWatch::Source source, MessageBoard& messages,
-                   Hooks hooks)
-    : hooks_{std::move(hooks)},
-      sync_delay_{sync_delay}, sounds_{std::make_shared<SoundQueue>(sound_queue_depth)}, clock_{sync_delay},
-      slow_decoding_{messages, "live"}, signal_{messages, std::move(source), SteadyClock::now()} {
+LiveView::LiveView(std::chrono::milliseconds sync_delay, SignalWatch::Source source, TimeSource& time,
+                   MessageBoard& messages, Hooks hooks)
+    : time_{time}, hooks_{std::move(hooks)}, sync_delay_{sync_delay},
+      sounds_{std::make_shared<SoundQueue>(sound_queue_depth)}, video_{time}, clock_{sync_delay},
+      slow_decoding_{messages, "live"}, signal_{messages, std::move(source), time_.now()} {
     units_.hand_out_early();
     units_.name_unknown_streams();
     units_.set_data_sink([this](const UnitSorter::DataUnit& unit) { take_data(unit); });
@@ -59,11 +59,11 @@ LiveView::LiveView(std::chrono::milliseconds sync_delay, SignalWatch::Source sou
     pictures_->on_shown = [this](const Picture& picture) { picture_shown(picture); };
     pictures_->pictures.set_on_room([this] { wake(); });
     sounds_->set_on_room([this] { wake(); });
-    thread_ = std::jthread{[this](const std::stop_token& stop) { run(stop); }};
+    thread_ = Worker{time, [this](const std::stop_token& stop) { run(stop); }};
 }
 
 LiveView::~LiveView() {
-    thread_ = {};
+    thread_.end();
     // Whoever takes from the queues may do so a moment longer.
     pictures_->pictures.set_on_room(nullptr);
     sounds_->set_on_room(nullptr);
@@ -79,26 +79,16 @@ void LiveView::feed(SharedBlock block) {
             block_bytes_ = 0;
             blocks_dropped_ = true;
         }
-        woken_ = true;
     }
-    changed_.notify_one();
+    wake();
 }
 
 void LiveView::set_shown(bool shown) {
     {
         const std::lock_guard lock{mutex_};
         shown_wanted_ = shown;
-        woken_ = true;
     }
-    changed_.notify_one();
-}
-
-void LiveView::wake() {
-    {
-        const std::lock_guard lock{mutex_};
-        woken_ = true;
-    }
-    changed_.notify_one();
+    wake();
 }
 
 void LiveView::run(const std::stop_token& stop) {
@@ -114,13 +104,7 @@ void LiveView::run(const std::stop_token& stop) {
             drop_to_access_point();
         }
         watch_signal();
-        std::unique_lock lock{mutex_};
-        const auto is_woken = [this] { return std::exchange(woken_, false); };
-        if (is_shown_) {
-            changed_.wait_for(lock, stop, SignalWatch::interval, is_woken);
-        } else {
-            changed_.wait(lock, stop, is_woken);
-        }
+        changed_->wait(stop, is_shown_ ? time_.now() + SignalWatch::interval : SteadyTime::max());
     }
 }
 
@@ -207,7 +191,7 @@ void LiveView::keep(const QueuedVideo& video) {
 void LiveView::take_data(const UnitSorter::DataUnit& unit) {
     {
         const std::lock_guard lock{mutex_};
-        data_meter_.add(unit.bytes.size(), SteadyClock::now());
+        data_meter_.add(unit.bytes.size(), time_.now());
     }
     if (hooks_.on_data) {
         hooks_.on_data(unit);
@@ -262,7 +246,7 @@ void LiveView::follow_shown(bool shown) {
         latest = unit.decode.value_or(unit.presentation.value_or(latest));
         for (const QueuedVideo& video : kept_) {
             pending_bytes_ += video.unit.bytes.size();
-            pending_video_.push_back({video, SteadyClock::now()});
+            pending_video_.push_back({video, time_.now()});
         }
     }
     begin_again(latest);
@@ -286,13 +270,13 @@ bool LiveView::decode_video() {
     pending_video_.pop_front();
     pending_bytes_ -= std::min(pending_bytes_, next.bytes());
     keep_up(next.arrived);
-    const SteadyTime begin = SteadyClock::now();
+    const SteadyTime begin = time_.now();
     if (next.unit) {
         video_.decode(std::move(*next.unit));
     } else {
         video_.bring_out();
     }
-    const SteadyTime end = SteadyClock::now();
+    const SteadyTime end = time_.now();
     was_full_ = was_full_ && !is_overdue(end);
     // What waited because enough was decoded already could have been ready earlier.
     ready_at_ = was_full_ ? std::min(end, std::max(next.arrived, ready_at_) + (end - begin)) : end;
@@ -311,7 +295,7 @@ bool LiveView::is_overdue(SteadyTime decoded) const {
 /// Leaves out what nothing refers to while decoding is late, and everything up to an access point when that
 /// does not help.
 void LiveView::keep_up(SteadyTime arrived) {
-    const SteadyTime now = SteadyClock::now();
+    const SteadyTime now = time_.now();
     if (!offered_ || was_full_) {
         late_decoding_.reset(); // it waits for the stream or for room, not for decoding
     } else {
@@ -451,7 +435,7 @@ void LiveView::update_facts() {
 
 /// What stands on the screen is marked where it is not live any more.
 void LiveView::watch_signal() {
-    const SteadyTime now = SteadyClock::now();
+    const SteadyTime now = time_.now();
     if (!is_shown_) {
         slow_decoding_.withdraw();
         signal_.rest(now);
@@ -478,16 +462,15 @@ void LiveView::picture_shown(const Picture& picture) {
     facts_.picture = square_pixel_size(*picture.frame);
     counters_.shown_pictures += picture.is_preview ? 0 : 1;
     has_shown_ = true;
-    last_shown_ = SteadyClock::now();
+    last_shown_ = time_.now();
     if (std::exchange(shows_old_, false)) {
-        woken_ = true;
-        changed_.notify_one();
+        wake();
     }
 }
 
 void LiveView::report(velmora_info_t& info) {
     const std::lock_guard lock{mutex_};
-    const SteadyTime now = SteadyClock::now();
+    const SteadyTime now = time_.now();
     facts_.data_bitrate = data_meter_.kilobits_per_second(now);
     StreamFacts facts = facts_;
     if (now - video_seen_ > figures_hold) {

@@ -6,6 +6,7 @@
 #include "live/signal_watch.h"
 #include "media/packet_block.h"
 #include "pacing/jitter_clock.h"
+#include "pacing/time_source.h"
 #include "present/audio_out.h"
 #include "present/picture_source.h"
 #include "tracks/arrival_meter.h"
@@ -16,7 +17,6 @@
 #include "velmoraapi.h"
 
 #include <chrono>
-#include <condition_variable>
 #include <cstddef>
 #include <deque>
 #include <functional>
@@ -24,7 +24,6 @@
 #include <mutex>
 #include <optional>
 #include <stop_token>
-#include <thread>
 
 namespace velmora {
 
@@ -39,10 +38,11 @@ public:
         UnitSorter::DataSink on_data;        ///< an access unit of the data stream came
     };
 
+    /// @param time, messages outlive the view
     /// @param sync_delay by which everything is shown later than it could be
     /// @param source what the stream comes from, for messages
-    LiveView(std::chrono::milliseconds sync_delay, SignalWatch::Source source, MessageBoard& messages,
-             Hooks hooks);
+    LiveView(std::chrono::milliseconds sync_delay, SignalWatch::Source source, TimeSource& time,
+             MessageBoard& messages, Hooks hooks);
     ~LiveView();
     LiveView(const LiveView&) = delete;
     LiveView& operator=(const LiveView&) = delete;
@@ -97,8 +97,10 @@ private:
     void update_facts();
     void watch_signal();
     void picture_shown(const Picture& picture);
-    void wake();
+    void wake() { changed_->notify(); }
 
+    TimeSource& time_;
+    const std::unique_ptr<WakeSignal> changed_{time_.make_signal()};
     const Hooks hooks_;
     const std::chrono::milliseconds sync_delay_;
     std::shared_ptr<PictureSource> pictures_{std::make_shared<PictureSource>()};
@@ -132,13 +134,11 @@ private:
     bool offered_{false};      ///< a picture since the beginning or the last jump
 
     std::mutex mutex_;
-    std::condition_variable_any changed_;
     // Protected by mutex_:
     std::deque<SharedBlock> blocks_;
     std::size_t block_bytes_{0};
     bool blocks_dropped_{false};
     bool shown_wanted_{false};
-    bool woken_{false};
     bool has_shown_{false};                ///< a picture was shown: errors count from here
     std::optional<SteadyTime> last_shown_; ///< since the view is on the screen
     bool shows_old_{false};                ///< the next picture ends a message
@@ -149,7 +149,7 @@ private:
     StreamCounters counters_;
     StreamCounters baseline_;
 
-    std::jthread thread_; ///< last, so that it ends first
+    Worker thread_; ///< last, so that it ends first
 };
 
 } // namespace velmora

@@ -4,9 +4,11 @@
 
 namespace velmora {
 
-Reception::Reception(const ReceiverSetup& setup)
-    : protocol_{setup.protocol}, receiver_{
-                                     receive(setup, [this](const SharedBlock& block) { take(block); })} {}
+Reception::Reception(const ReceiverSetup& setup, TimeSource& time)
+    : time_{time}, protocol_{setup.protocol}, receiver_{
+                                                  receive(setup, time, [this](const SharedBlock& block) {
+                                                      take(block);
+                                                  })} {}
 
 void Reception::subscribe(Subscriber subscriber, BlockSink sink, From from) {
     const std::lock_guard lock{mutex_};
@@ -48,7 +50,7 @@ void Reception::report(velmora_info_t& info) {
     info.get_strm_info.protocol = protocol_;
     info.get_strm_info.src_ip_addr = receiver_->facts().sender;
     const std::lock_guard lock{mutex_};
-    info.get_strm_info.imp_bitrate = meter_.kilobits_per_second(SteadyClock::now());
+    info.get_strm_info.imp_bitrate = meter_.kilobits_per_second(time_.now());
 }
 
 } // namespace velmora

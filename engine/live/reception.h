@@ -3,6 +3,7 @@
 
 #include "live/stream_backlog.h"
 #include "media/packet_block.h"
+#include "pacing/time_source.h"
 #include "receive/receiver.h"
 #include "tracks/arrival_meter.h"
 #include "velmoraapi.h"
@@ -19,8 +20,9 @@ namespace velmora {
 /// other thread.
 class Reception {
 public:
+    /// @param time outlives the reception
     /// @throws ReceptionError when nothing can be received
-    explicit Reception(const ReceiverSetup& setup);
+    Reception(const ReceiverSetup& setup, TimeSource& time);
 
     /// Names a subscription.
     enum class Subscriber { view, recording, retransmission };
@@ -46,6 +48,7 @@ private:
     void take(const SharedBlock& block);
     void begin(Subscription& subscription);
 
+    TimeSource& time_;
     std::int32_t protocol_;
     std::mutex mutex_;
     // Protected by mutex_:

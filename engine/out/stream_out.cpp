@@ -29,30 +29,29 @@ constexpr std::size_t read_size = std::size_t{64} << 10U;
 
 } // namespace
 
-StreamOut::StreamOut(Source source, const DatagramTarget& target)
-    : source_{std::move(source)}, sender_{target}, points_{source_.file, source_.index}, packets_{
-                                                                                             source_.file} {
-    thread_ = std::jthread{[this](const std::stop_token& stop) { run(stop); }};
+StreamOut::StreamOut(Source source, const DatagramTarget& target, TimeSource& time)
+    : time_{time}, source_{std::move(source)}, sender_{target}, points_{source_.file, source_.index},
+      packets_{source_.file} {
+    thread_ = Worker{time, [this](const std::stop_token& stop) { run(stop); }};
 }
 
 void StreamOut::run(const std::stop_token& stop) {
     ::prctl(PR_SET_TIMERSLACK, 1UL, 0UL, 0UL, 0UL);
     while (!stop.stop_requested()) {
-        SteadyTime next = SteadyClock::now() + filler_interval;
+        SteadyTime next = time_.now() + filler_interval;
         try {
             next = step();
         } catch (const std::exception& error) {
             log_incident("out", "step", std::string{"a part of the file was not sent: "} + error.what());
         }
-        std::unique_lock lock{mutex_};
-        never_.wait_until(lock, stop, next, [] { return false; });
+        never_->wait(stop, next);
     }
 }
 
 /// @return when there is more to do
 SteadyTime StreamOut::step() {
     const PlayProgress progress = source_.progress();
-    const SteadyTime now = SteadyClock::now();
+    const SteadyTime now = time_.now();
     const bool goes_on = progress.is_plain && (!progress.is_at_end || stretch_ == progress.jumps);
     if (!goes_on) {
         stretch_.reset();

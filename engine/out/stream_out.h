@@ -6,21 +6,19 @@
 #include "media/timeline.h"
 #include "out/datagram_sender.h"
 #include "out/paced_packets.h"
+#include "pacing/time_source.h"
 #include "play/play_progress.h"
 #include "ts/stream_selection.h"
 #include "ts/table_packets.h"
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <stop_token>
-#include <thread>
 
 namespace velmora {
 
@@ -36,8 +34,9 @@ public:
         std::function<PlayProgress()> progress; ///< called on the sender's thread
     };
 
+    /// @param time outlives the sender
     /// @throws std::runtime_error when there is nothing to send with
-    StreamOut(Source source, const DatagramTarget& target);
+    StreamOut(Source source, const DatagramTarget& target, TimeSource& time);
     ~StreamOut() = default;
     StreamOut(const StreamOut&) = delete;
     StreamOut& operator=(const StreamOut&) = delete;
@@ -56,6 +55,8 @@ private:
     void put_tables();
     std::uint32_t rtp_time(SteadyTime now) const;
 
+    TimeSource& time_;
+    const std::unique_ptr<WakeSignal> never_{time_.make_signal()};
     const Source source_;
     DatagramSender sender_;
     AccessPointFinder points_;
@@ -71,9 +72,7 @@ private:
     SteadyTime kept_waiting_at_;
     std::atomic<std::uint64_t> pictures_{0};
 
-    std::mutex mutex_; ///< for waiting only
-    std::condition_variable_any never_;
-    std::jthread thread_; ///< last, so that it ends first
+    Worker thread_; ///< last, so that it ends first
 };
 
 } // namespace velmora

@@ -6,7 +6,7 @@
 namespace velmora {
 
 /// The steady clock, processor time as the system counts it for each thread, and the system's threads.
-class RealTime final : public TimeSource {
+class RealTime : public TimeSource {
 public:
     SteadyTime now() const override;
     Seconds measure(const DecodingWork& work, const std::function<void()>& decode) override;

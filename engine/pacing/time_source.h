@@ -64,7 +64,8 @@ public:
     Worker() = default;
     /// @param time outlives the thread
     /// @param body ends soon after its token asks for it
-    Worker(TimeSource& time, TimeSource::ThreadBody body) : time_{&time}, thread_{time.start(std::move(body))} {}
+    Worker(TimeSource& time, TimeSource::ThreadBody body)
+        : time_{&time}, thread_{time.start(std::move(body))} {}
     ~Worker() { end(); }
     Worker(Worker&& other) noexcept = default;
     Worker& operator=(Worker&& other) noexcept {

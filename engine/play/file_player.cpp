@@ -21,10 +21,11 @@ constexpr auto longest_wait_for_a_writer = std::chrono::seconds{5};
 
 } // namespace
 
-FilePlayer::FilePlayer(Setup setup, Hooks hooks, MessageBoard& messages)
-    : setup_{std::move(setup)}, hooks_{std::move(hooks)}, messages_{messages}, board_{setup_.latin1_path},
-      pictures_{std::make_shared<PictureSource>()}, sounds_{std::make_shared<SoundQueue>(sound_queue_depth)},
-      index_{std::make_shared<AccessPointIndex>()}, slow_decoding_{messages, "file"}, tempo_{setup_.tempo} {
+FilePlayer::FilePlayer(Setup setup, Hooks hooks, TimeSource& time, MessageBoard& messages)
+    : setup_{std::move(setup)}, hooks_{std::move(hooks)}, time_{time}, messages_{messages},
+      board_{setup_.latin1_path}, pictures_{std::make_shared<PictureSource>()},
+      sounds_{std::make_shared<SoundQueue>(sound_queue_depth)}, index_{std::make_shared<AccessPointIndex>()},
+      slow_decoding_{messages, "file"}, tempo_{setup_.tempo} {
     pictures_->recent = std::make_unique<RecentPictures>();
     pictures_->patience = patience;
     pictures_->on_shown = [this](const Picture& picture) { picture_shown(picture); };
@@ -41,7 +42,8 @@ FilePlayer::~FilePlayer() {
 }
 
 RunOutlet FilePlayer::make_outlet() {
-    return {.pictures = pictures_,
+    return {.time = time_,
+            .pictures = pictures_,
             .sounds = sounds_,
             .discard_sound = hooks_.discard_sound,
             .ready = [this] { set_readiness(Readiness::ready); },
@@ -50,16 +52,16 @@ RunOutlet FilePlayer::make_outlet() {
             .facts_changed = [this] { update_facts(); },
             .decoded = [this](std::uint64_t pictures) { count_decoded(pictures); },
             .failed = [this](std::uint64_t errors) { count_errors(errors); },
-            .keeps_up = [this](bool is_on_time) { slow_decoding_.note(!is_on_time, SteadyClock::now()); }};
+            .keeps_up = [this](bool is_on_time) { slow_decoding_.note(!is_on_time, time_.now()); }};
 }
 
 void FilePlayer::open() {
     source_ = std::make_shared<const FileSource>(setup_.latin1_path);
     points_ = std::make_unique<AccessPointFinder>(source_, index_);
-    const auto growth = std::make_shared<FileGrowth>(source_);
+    const auto growth = std::make_shared<FileGrowth>(source_, time_.now());
     forward_ = std::make_unique<ForwardRun>(source_, *points_, make_outlet(), setup_.latin1_path,
                                             [this, growth] { return may_grow(*growth); });
-    start_ends_ = SteadyClock::now() + longest_wait_for_a_writer;
+    start_ends_ = time_.now() + longest_wait_for_a_writer;
     forward_->set_data_sink(
         [this](const UnitSorter::DataUnit& unit) { data_.put(unit.position, unit.bytes); });
     auto tags = std::make_unique<TagList>(source_->path());
@@ -73,31 +75,36 @@ void FilePlayer::open() {
     if (stop_.stop_requested()) {
         return;
     }
-    scanner_ = std::make_unique<IndexScanner>(source_, growth, index_, setup_.sidecar, [this] { wake(); });
-    thread_ = std::jthread{[this] { run(stop_.get_token()); }};
+    scanner_ =
+        std::make_unique<IndexScanner>(source_, growth, index_, setup_.sidecar, time_, [this] { wake(); });
+    thread_ = Worker{time_, [this](const std::stop_token&) { run(stop_.get_token()); }};
 }
 
 bool FilePlayer::may_grow(FileGrowth& growth) const {
-    const SteadyTime now = SteadyClock::now();
+    const SteadyTime now = time_.now();
     return growth.is_growing(now) && (now < start_ends_ || is_ready());
 }
 
 bool FilePlayer::wait_ready() {
-    std::unique_lock lock{mutex_};
-    changed_.wait(lock, stop_.get_token(), [this] { return readiness_ != Readiness::pending; });
-    return readiness_ == Readiness::ready && !stop_.stop_requested();
+    const auto readiness = [this] {
+        const std::lock_guard lock{mutex_};
+        return readiness_;
+    };
+    while (readiness() == Readiness::pending && !stop_.stop_requested()) {
+        decided_->wait(stop_.get_token());
+    }
+    return readiness() == Readiness::ready && !stop_.stop_requested();
 }
 
 void FilePlayer::stop() {
     stop_.request_stop();
-    std::jthread thread;
+    Worker thread;
     std::unique_ptr<IndexScanner> scanner;
     {
         const std::lock_guard lock{mutex_};
         thread = std::move(thread_);
         scanner = std::move(scanner_);
     }
-    changed_.notify_all();
 }
 
 void FilePlayer::seek(Position target) {
@@ -114,7 +121,7 @@ void FilePlayer::set_tempo(Tempo tempo) {
         if (tempo.is_paused()) {
             tempo.direction = tempo_.direction;
             // The picture on the screen stays, however long the present piece of work takes.
-            pictures_->clock.set_rate(0.0, SteadyClock::now());
+            pictures_->clock.set_rate(0.0, time_.now());
         }
         tempo_ = tempo;
         board_.update([&](PlaybackFacts& facts, StreamCounters&) { facts.tempo = tempo; });
@@ -152,20 +159,16 @@ PlayProgress FilePlayer::progress() const {
 }
 
 void FilePlayer::report(velmora_info_t& info) const {
-    const Position position = pictures_->clock.snapshot().position(SteadyClock::now());
+    const Position position = pictures_->clock.snapshot().position(time_.now());
     const IndexExtent extent = index_->extent();
     board_.report(info, position, extent.likely_end().time_since_epoch());
     info.player_info.is_recording = extent.growing ? 1 : 0;
     const std::lock_guard lock{mutex_};
-    info.get_strm_info.d_bitrate = data_meter_.kilobits_per_second(SteadyClock::now());
+    info.get_strm_info.d_bitrate = data_meter_.kilobits_per_second(time_.now());
 }
 
 void FilePlayer::wake() {
-    {
-        const std::lock_guard lock{mutex_};
-        woken_ = true;
-    }
-    changed_.notify_all();
+    changed_->notify();
 }
 
 void FilePlayer::set_readiness(Readiness readiness) {
@@ -180,7 +183,7 @@ void FilePlayer::set_readiness(Readiness readiness) {
             facts.tempo = tempo_;
         });
     }
-    changed_.notify_all();
+    decided_->notify();
 }
 
 void FilePlayer::run(const std::stop_token& stop) {
@@ -201,7 +204,7 @@ void FilePlayer::run(const std::stop_token& stop) {
         } else {
             hooks_.unplayable(error.what());
         }
-        rest(Rest::at_end, pictures_->clock.snapshot().position(SteadyClock::now()));
+        rest(Rest::at_end, pictures_->clock.snapshot().position(time_.now()));
     }
     other_.reset(); // its threads wake this player
     slow_decoding_.withdraw();
@@ -220,17 +223,12 @@ void FilePlayer::wait_for_work(const std::stop_token& stop) {
     const auto data_due = hand_out_data();
     const auto end = other_ ? std::nullopt : forward_->limit();
     std::unique_lock lock{mutex_};
-    const auto is_woken = [this] { return std::exchange(woken_, false); };
     const SteadyTime end_due =
         end && rest_ == Rest::none ? pictures_->clock.snapshot().due(*end) : SteadyTime::max();
-    const bool is_starting = readiness_ == Readiness::pending && SteadyClock::now() < start_ends_;
+    const bool is_starting = readiness_ == Readiness::pending && time_.now() < start_ends_;
     const SteadyTime start_due = is_starting ? start_ends_ : SteadyTime::max();
-    const SteadyTime next_due = std::min({end_due, start_due, data_due.value_or(SteadyTime::max())});
-    if (next_due == SteadyTime::max()) {
-        changed_.wait(lock, stop, is_woken);
-    } else {
-        changed_.wait_until(lock, stop, next_due, is_woken);
-    }
+    lock.unlock();
+    changed_->wait(stop, std::min({end_due, start_due, data_due.value_or(SteadyTime::max())}));
 }
 
 /// @return when there is more to hand out
@@ -238,7 +236,7 @@ std::optional<SteadyTime> FilePlayer::hand_out_data() {
     if (other_) {
         return std::nullopt;
     }
-    const SteadyTime now = SteadyClock::now();
+    const SteadyTime now = time_.now();
     return data_.hand_out(pictures_->clock.snapshot(), now, [&](std::span<const std::uint8_t> unit) {
         {
             const std::lock_guard lock{mutex_};

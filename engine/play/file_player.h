@@ -9,6 +9,7 @@
 #include "index/access_point_finder.h"
 #include "index/index_scanner.h"
 #include "media/timeline.h"
+#include "pacing/time_source.h"
 #include "play/due_data.h"
 #include "play/forward_run.h"
 #include "play/play_progress.h"
@@ -18,7 +19,6 @@
 #include "present/picture_source.h"
 #include "tracks/arrival_meter.h"
 
-#include <condition_variable>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -26,7 +26,6 @@
 #include <span>
 #include <stop_token>
 #include <string>
-#include <thread>
 
 namespace velmora {
 
@@ -51,7 +50,8 @@ public:
         std::function<void(const std::string&)> unplayable;         ///< nothing was shown, for this reason
     };
 
-    FilePlayer(Setup setup, Hooks hooks, MessageBoard& messages);
+    /// @param time, messages outlive the player
+    FilePlayer(Setup setup, Hooks hooks, TimeSource& time, MessageBoard& messages);
     ~FilePlayer();
     FilePlayer(const FilePlayer&) = delete;
     FilePlayer& operator=(const FilePlayer&) = delete;
@@ -141,7 +141,10 @@ private:
 
     const Setup setup_;
     const Hooks hooks_;
+    TimeSource& time_;
     MessageBoard& messages_;
+    const std::unique_ptr<WakeSignal> changed_{time_.make_signal()}; ///< for the player thread
+    const std::unique_ptr<WakeSignal> decided_{time_.make_signal()}; ///< for wait_ready
     PlaybackBoard board_;
     std::shared_ptr<PictureSource> pictures_;
     std::shared_ptr<SoundQueue> sounds_;
@@ -162,7 +165,6 @@ private:
     bool is_finishing_{false};  ///< the last picture is brought up, which was left out
 
     mutable std::mutex mutex_;
-    std::condition_variable_any changed_;
     // Protected by mutex_:
     std::unique_ptr<TagList> tags_;
     std::optional<Position> wanted_position_;
@@ -175,11 +177,10 @@ private:
     double run_rate_{1.0};  ///< of the active run, when it is not paused
     bool run_begun_{false}; ///< the clock follows the active run
     Rest rest_{Rest::none};
-    bool woken_{false};
     mutable ArrivalMeter data_meter_; ///< looking forgets what is old
 
     std::unique_ptr<IndexScanner> scanner_;
-    std::jthread thread_;
+    Worker thread_;
     std::stop_source stop_;
 };
 

@@ -33,7 +33,7 @@ void FilePlayer::check_limit() {
         if (rest_ != Rest::none || tempo_.is_paused() || !is_shown) {
             return;
         }
-        if (!other_ && (!run_begun_ || pictures_->clock.snapshot().position(SteadyClock::now()) < *limit)) {
+        if (!other_ && (!run_begun_ || pictures_->clock.snapshot().position(time_.now()) < *limit)) {
             return;
         }
     }
@@ -88,7 +88,7 @@ void FilePlayer::rest(Rest rest, Position at) {
     {
         const std::lock_guard lock{mutex_};
         rest_ = rest;
-        pictures_->clock.anchor(at, 0.0, SteadyClock::now());
+        pictures_->clock.anchor(at, 0.0, time_.now());
     }
     board_.update([&](PlaybackFacts& facts, StreamCounters&) {
         facts.at_end = rest == Rest::at_end;

@@ -21,7 +21,6 @@ bool FilePlayer::seek_if_wanted() {
     std::optional<Position> wanted;
     {
         const std::lock_guard lock{mutex_};
-        woken_ = false;
         wanted = wanted_position_;
     }
     if (!wanted) {
@@ -62,7 +61,7 @@ void FilePlayer::hold_at(Position position) {
     {
         const std::lock_guard lock{mutex_};
         ++pictures_->generation;
-        pictures_->clock.anchor(position, 0.0, SteadyClock::now());
+        pictures_->clock.anchor(position, 0.0, time_.now());
         run_begun_ = false;
         rest_ = Rest::none;
         last_delivered_.reset();
@@ -109,7 +108,7 @@ void FilePlayer::follow_tempo() {
         tempo = tempo_;
         shown = last_shown_;
         if (!shown && rest_ != Rest::none) {
-            shown = pictures_->clock.snapshot().position(SteadyClock::now());
+            shown = pictures_->clock.snapshot().position(time_.now());
         }
     }
     if (tempo.is_paused()) {
@@ -144,7 +143,7 @@ void FilePlayer::set_clock_rate(double rate) {
             pictures_->clock.snapshot().rate() == rate) {
             return;
         }
-        pictures_->clock.set_rate(rate, SteadyClock::now());
+        pictures_->clock.set_rate(rate, time_.now());
     }
     hooks_.clock_changed();
 }

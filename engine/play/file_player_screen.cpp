@@ -26,8 +26,7 @@ void FilePlayer::picture_shown(const Picture& picture) {
             return;
         }
         if (picture.begins_run) {
-            pictures_->clock.anchor(picture.position, tempo_.is_paused() ? 0.0 : run_rate_,
-                                    SteadyClock::now());
+            pictures_->clock.anchor(picture.position, tempo_.is_paused() ? 0.0 : run_rate_, time_.now());
             run_begun_ = true;
             expect_groups_around(picture.position);
         }
@@ -36,13 +35,12 @@ void FilePlayer::picture_shown(const Picture& picture) {
             shown_bytes_ = bytes_of(*picture.frame);
             shown_size_ = square_pixel_size(*picture.frame);
         }
-        woken_ = true;
     }
     board_.update([&](PlaybackFacts& facts, StreamCounters& counters) {
         facts.stream.picture = picture.whole_size.value_or(square_pixel_size(*picture.frame));
         counters.shown_pictures += picture.is_preview ? 0 : 1;
     });
-    changed_.notify_all();
+    wake();
 }
 
 /// Playing comes to rest only now, so that its state is not told before its picture is there.
@@ -53,9 +51,8 @@ void FilePlayer::picture_delivered(const Picture& picture) {
             return;
         }
         last_delivered_ = picture.position;
-        woken_ = true;
     }
-    changed_.notify_all();
+    wake();
 }
 
 void FilePlayer::expect_groups_around(Position position) {
@@ -68,7 +65,7 @@ void FilePlayer::expect_groups_around(Position position) {
 
 void FilePlayer::sound_begins(Position position) {
     const std::lock_guard lock{mutex_};
-    pictures_->clock.anchor(position, tempo_.is_paused() ? 0.0 : run_rate_, SteadyClock::now());
+    pictures_->clock.anchor(position, tempo_.is_paused() ? 0.0 : run_rate_, time_.now());
     run_begun_ = true;
     last_shown_ = position;
 }

@@ -28,7 +28,8 @@ constexpr std::size_t least_measured = 5; ///< pictures
 
 ForwardRun::ForwardRun(std::shared_ptr<const FileSource> source, AccessPointFinder& points, RunOutlet outlet,
                        std::string name, std::function<bool()> may_grow)
-    : points_{points}, outlet_{std::move(outlet)}, name_{std::move(name)}, feed_{std::move(source)} {
+    : points_{points}, outlet_{std::move(outlet)}, name_{std::move(name)}, feed_{std::move(source)},
+      video_{outlet_.time} {
     feed_.set_may_grow(std::move(may_grow));
     feed_.units().name_unknown_streams();
     video_.set_hurry(Hurry::to_wanted);
@@ -182,7 +183,7 @@ bool ForwardRun::offer_pictures() {
         if (std::exchange(awaits_growth_, false)) {
             // What was written only after it was due is shown when it comes, and the clock goes on from
             // there.
-            outlet_.pictures->clock.hold_back_to(position, SteadyClock::now());
+            outlet_.pictures->clock.hold_back_to(position, outlet_.time.now());
         }
         keep_up(position);
     }
@@ -195,7 +196,7 @@ void ForwardRun::keep_up(Position position) {
     if (!clock.running()) {
         return;
     }
-    const SteadyTime now = SteadyClock::now();
+    const SteadyTime now = outlet_.time.now();
     const auto behind = now - clock.due(position);
     // With more decoded than the screen takes it is the screen that catches up, by itself.
     const bool is_ahead_of_screen = outlet_.pictures->pictures.full();
@@ -312,7 +313,7 @@ void ForwardRun::try_next_approach() {
     if (approach_ == Approach::from_access_point && feed_.units().selection() &&
         feed_.units().selection()->video) {
         approach_ = Approach::from_anywhere;
-        video_ = VideoTrack{}; // without hurry, which needs access points
+        video_ = VideoTrack{outlet_.time}; // without hurry, which needs access points
         video_.accept_damaged_start();
         log_incident("file", "start", name_ + ": no access point, decoding begins without one");
     } else if (approach_ != Approach::sound_only && feed_.units().selection() &&

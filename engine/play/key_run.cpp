@@ -28,7 +28,7 @@ Ticks stream_time(std::chrono::duration<double> time, double magnitude) {
 KeyRun::KeyRun(std::shared_ptr<const FileSource> source, AccessPointFinder& points, RunOutlet outlet,
                Direction direction, Position from)
     : points_{points}, outlet_{std::move(outlet)},
-      direction_{direction}, feed_{std::move(source)}, reached_{from} {}
+      direction_{direction}, feed_{std::move(source)}, video_{outlet_.time}, reached_{from} {}
 
 void KeyRun::set_magnitude(double magnitude) {
     spacing_ = stream_time(std::chrono::duration<double>{1.0 / most_pictures_per_second}, magnitude);
@@ -71,7 +71,7 @@ bool KeyRun::work() {
 
 std::optional<AccessPoint> KeyRun::next_point() {
     const PlayClock clock = outlet_.pictures->clock.snapshot();
-    const Position now = clock.position(SteadyClock::now());
+    const Position now = clock.position(outlet_.time.now());
     const Ticks ahead = clock.running() ? stream_time(lead, std::abs(clock.rate())) : Ticks{0};
     const Position target = direction_ == Direction::forward ? std::max(reached_ + spacing_, now + ahead)
                                                              : std::min(reached_ - spacing_, now - ahead);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "media/timeline.h"
+#include "pacing/time_source.h"
 #include "present/audio_out.h"
 #include "present/picture_source.h"
 
@@ -34,6 +35,7 @@ public:
 
 /// The queues that a run fills, and whom it tells of its progress; all called on the player's thread.
 struct RunOutlet {
+    TimeSource& time; ///< outlives the run
     std::shared_ptr<PictureSource> pictures;
     std::shared_ptr<SoundQueue> sounds;
     std::function<void()> discard_sound;        ///< sound handed out so far must not be heard any more

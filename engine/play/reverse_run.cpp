@@ -17,7 +17,7 @@ constexpr auto late_stretch = 200ms;
 ReverseRun::ReverseRun(std::shared_ptr<const FileSource> source, AccessPointFinder& points, RunOutlet outlet,
                        const ReverseStream& stream, Position from, const std::function<void()>& wake)
     : points_{points}, outlet_{std::move(outlet)}, unit_{stream.unit}, plan_{stream}, next_end_{from},
-      decoder_{std::move(source), wake} {}
+      decoder_{std::move(source), outlet_.time, wake} {}
 
 ReverseRun::~ReverseRun() {
     abandon_windows();
@@ -93,7 +93,7 @@ bool ReverseRun::offer() {
             // After turning round the picture stands until the next is there, instead of leaving something
             // out.
             outlet_.pictures->clock.hold_back_to(picture.position,
-                                                 SteadyClock::now() - ReversePlan::caught_up);
+                                                 outlet_.time.now() - ReversePlan::caught_up);
         }
         const bool is_last = exhausted_ && windows_.size() == 1 && pictures.empty();
         if (offered_ && !is_last && !spacing_.admits(picture.position)) {
@@ -126,7 +126,7 @@ double ReverseRun::distance() const {
 ReversePlan::Seconds ReverseRun::reserve() const {
     const PlayClock clock = outlet_.pictures->clock.snapshot();
     if (clock.running()) {
-        return clock.due(next_end_) - SteadyClock::now();
+        return clock.due(next_end_) - outlet_.time.now();
     }
     return plan_.interval() * static_cast<double>(held());
 }
@@ -186,7 +186,7 @@ bool ReverseRun::schedule() {
 /// @return false when it is not known yet from where that can be decoded
 bool ReverseRun::skip_what_is_late() {
     const PlayClock clock = outlet_.pictures->clock.snapshot();
-    const SteadyTime now = SteadyClock::now();
+    const SteadyTime now = outlet_.time.now();
     const auto late = now - clock.due(next_end_);
     if (!clock.running() || late <= late_stretch || plan_.comes_in_time(late, distance())) {
         return true;

@@ -8,14 +8,10 @@
 
 namespace velmora {
 
-WindowDecoder::WindowDecoder(std::shared_ptr<const FileSource> source, std::function<void()> on_done)
-    : on_done_{std::move(on_done)}, feed_{std::move(source)}, thread_{[this](const std::stop_token& stop) {
-          run(stop);
-      }} {}
-
-WindowDecoder::~WindowDecoder() {
-    thread_.request_stop();
-}
+WindowDecoder::WindowDecoder(std::shared_ptr<const FileSource> source, TimeSource& time,
+                             std::function<void()> on_done)
+    : time_{time}, on_done_{std::move(on_done)}, feed_{std::move(source)}, video_{time},
+      thread_{time, [this](const std::stop_token& stop) { run(stop); }} {}
 
 void WindowDecoder::decode(std::shared_ptr<DecodedWindow> window) {
     idle_ = false;
@@ -23,18 +19,19 @@ void WindowDecoder::decode(std::shared_ptr<DecodedWindow> window) {
         const std::lock_guard lock{mutex_};
         job_ = std::move(window);
     }
-    changed_.notify_one();
+    changed_->notify();
 }
 
 void WindowDecoder::run(const std::stop_token& stop) {
-    while (true) {
+    while (!stop.stop_requested()) {
         std::shared_ptr<DecodedWindow> job;
         {
-            std::unique_lock lock{mutex_};
-            if (!changed_.wait(lock, stop, [this] { return job_ != nullptr; })) {
-                return;
-            }
+            const std::lock_guard lock{mutex_};
             job = std::exchange(job_, nullptr);
+        }
+        if (!job) {
+            changed_->wait(stop);
+            continue;
         }
         try {
             work_on(*job, stop);
@@ -53,7 +50,7 @@ std::uint64_t WindowDecoder::errors() const {
 }
 
 void WindowDecoder::work_on(DecodedWindow& window, const std::stop_token& stop) {
-    const SteadyTime begun = SteadyClock::now();
+    const SteadyTime begun = time_.now();
     const std::uint64_t past_errors = errors();
     feed_.seek(window.start);
     video_.set_hurry(window.is_urgent ? Hurry::always : Hurry::never);
@@ -82,7 +79,7 @@ void WindowDecoder::work_on(DecodedWindow& window, const std::stop_token& stop) 
     }
     window.decoded = video_.take_decoded();
     window.errors = errors() - past_errors;
-    window.took = SteadyClock::now() - begun;
+    window.took = time_.now() - begun;
 }
 
 } // namespace velmora

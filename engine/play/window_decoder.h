@@ -5,17 +5,16 @@
 #include "file/file_source.h"
 #include "file/stream_feed.h"
 #include "index/access_point_finder.h"
+#include "pacing/time_source.h"
 #include "tracks/video_track.h"
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <thread>
 
 namespace velmora {
 
@@ -42,9 +41,10 @@ struct DecodedWindow {
 /// Owns a thread, a reader and a decoder; works on one window at a time.
 class WindowDecoder {
 public:
+    /// @param time outlives the decoder
     /// @param on_done called on the decoder's thread after each window
-    WindowDecoder(std::shared_ptr<const FileSource> source, std::function<void()> on_done);
-    ~WindowDecoder();
+    WindowDecoder(std::shared_ptr<const FileSource> source, TimeSource& time, std::function<void()> on_done);
+    ~WindowDecoder() = default;
     WindowDecoder(const WindowDecoder&) = delete;
     WindowDecoder& operator=(const WindowDecoder&) = delete;
 
@@ -57,15 +57,16 @@ private:
     std::uint64_t errors() const;
     void work_on(DecodedWindow& window, const std::stop_token& stop);
 
+    TimeSource& time_;
     const std::function<void()> on_done_;
     StreamFeed feed_;          ///< of the thread
     VideoTrack video_;         ///< of the thread
     PictureShrinker shrinker_; ///< of the thread
     std::atomic<bool> idle_{true};
     std::mutex mutex_;
-    std::condition_variable_any changed_;
+    const std::unique_ptr<WakeSignal> changed_{time_.make_signal()};
     std::shared_ptr<DecodedWindow> job_; ///< protected by mutex_
-    std::jthread thread_;                ///< last, so that it ends first
+    Worker thread_;                      ///< last, so that it ends first
 };
 
 } // namespace velmora

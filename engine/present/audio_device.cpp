@@ -30,15 +30,16 @@ void stop_library() {
     }
 }
 
-void fetch(void* outlet, Uint8* bytes, int size) {
-    static_cast<SoundOutlet*>(outlet)->fetch(
-        {reinterpret_cast<float*>(bytes), static_cast<std::size_t>(size) / sizeof(float)},
-        SteadyClock::now());
-}
-
 } // namespace
 
-std::unique_ptr<AudioDevice> AudioDevice::open(SoundOutlet& outlet, std::string& failure) {
+void AudioDevice::fetch(void* device, std::uint8_t* bytes, int size) {
+    const auto& self = *static_cast<AudioDevice*>(device);
+    self.outlet_.fetch({reinterpret_cast<float*>(bytes), static_cast<std::size_t>(size) / sizeof(float)},
+                       self.time_.now());
+}
+
+std::unique_ptr<AudioDevice> AudioDevice::open(SoundOutlet& outlet, const TimeSource& time,
+                                               std::string& failure) {
     failure.clear();
     const std::lock_guard lock{library_mutex()};
     if (!start_library()) {
@@ -51,24 +52,28 @@ std::unique_ptr<AudioDevice> AudioDevice::open(SoundOutlet& outlet, std::string&
         stop_library();
         return nullptr;
     }
+    std::unique_ptr<AudioDevice> device{new AudioDevice{outlet, time}};
     SDL_AudioSpec wanted{};
     wanted.freq = output_rate;
     wanted.format = AUDIO_F32SYS;
     wanted.channels = output_channels;
     wanted.samples = block_frames;
     wanted.callback = fetch;
-    wanted.userdata = &outlet;
-    const SDL_AudioDeviceID number = SDL_OpenAudioDevice(nullptr, 0, &wanted, nullptr, 0);
-    if (number == 0) {
+    wanted.userdata = device.get();
+    device->number_ = SDL_OpenAudioDevice(nullptr, 0, &wanted, nullptr, 0);
+    if (device->number_ == 0) {
         failure = SDL_GetError();
         stop_library();
         return nullptr;
     }
-    SDL_PauseAudioDevice(number, 0);
-    return std::unique_ptr<AudioDevice>{new AudioDevice{number}};
+    SDL_PauseAudioDevice(device->number_, 0);
+    return device;
 }
 
 AudioDevice::~AudioDevice() {
+    if (number_ == 0) {
+        return; // it was never opened
+    }
     const std::lock_guard lock{library_mutex()};
     SDL_CloseAudioDevice(number_);
     stop_library();

@@ -1,6 +1,7 @@
 // The system's audio output.
 #pragma once
 
+#include "pacing/time_source.h"
 #include "present/sound_outlet.h"
 
 #include <cstdint>
@@ -14,9 +15,10 @@ namespace velmora {
 class AudioDevice {
 public:
     /// Opens the default device; null when there is none or when it cannot be opened.
-    /// @param outlet must outlive the device
+    /// @param outlet, time must outlive the device
     /// @param failure gets the reason, nothing when the machine merely has no device
-    static std::unique_ptr<AudioDevice> open(SoundOutlet& outlet, std::string& failure);
+    static std::unique_ptr<AudioDevice> open(SoundOutlet& outlet, const TimeSource& time,
+                                             std::string& failure);
 
     ~AudioDevice();
     AudioDevice(const AudioDevice&) = delete;
@@ -26,9 +28,13 @@ public:
     bool lost() const;
 
 private:
-    explicit AudioDevice(std::uint32_t number) : number_{number} {}
+    AudioDevice(SoundOutlet& outlet, const TimeSource& time) : outlet_{outlet}, time_{time} {}
 
-    std::uint32_t number_;
+    static void fetch(void* device, std::uint8_t* bytes, int size);
+
+    SoundOutlet& outlet_;
+    const TimeSource& time_;
+    std::uint32_t number_{0};
 };
 
 } // namespace velmora

@@ -18,15 +18,15 @@ constexpr std::chrono::milliseconds check_interval{500};
 
 } // namespace
 
-AudioDeviceKeeper::AudioDeviceKeeper(SoundOutlet& outlet)
-    : outlet_{outlet}, thread_{[this](const std::stop_token& stop) { run(stop); }} {}
+AudioDeviceKeeper::AudioDeviceKeeper(SoundOutlet& outlet, TimeSource& time)
+    : outlet_{outlet}, time_{time}, thread_{time, [this](const std::stop_token& stop) { run(stop); }} {}
 
 void AudioDeviceKeeper::want_device() {
     {
         const std::lock_guard lock{mutex_};
         wanted_ = true;
     }
-    changed_.notify_all();
+    changed_->notify();
 }
 
 std::string AudioDeviceKeeper::failure() const {
@@ -35,27 +35,30 @@ std::string AudioDeviceKeeper::failure() const {
 }
 
 void AudioDeviceKeeper::run(const std::stop_token& stop) {
-    std::unique_lock lock{mutex_};
-    if (!changed_.wait(lock, stop, [this] { return wanted_; })) {
-        return;
+    const auto is_wanted = [this] {
+        const std::lock_guard lock{mutex_};
+        return wanted_;
+    };
+    while (!is_wanted() && !stop.stop_requested()) {
+        changed_->wait(stop);
     }
     std::unique_ptr<AudioDevice> device;
     while (!stop.stop_requested()) {
-        lock.unlock();
         if (device && device->lost()) {
             device.reset();
         }
         std::string failure;
         if (!device) {
-            device = AudioDevice::open(outlet_, failure);
+            device = AudioDevice::open(outlet_, time_, failure);
         }
-        lock.lock();
-        failure_ = std::move(failure);
+        {
+            const std::lock_guard lock{mutex_};
+            failure_ = std::move(failure);
+        }
         lacks_device_ = device == nullptr;
-        const auto pause = device ? std::chrono::milliseconds{check_interval} : retry_interval;
-        changed_.wait_for(lock, stop, pause, [] { return false; });
+        changed_->wait(stop,
+                       time_.now() + (device ? std::chrono::milliseconds{check_interval} : retry_interval));
     }
-    lock.unlock();
     device.reset();
     SDL_TLSCleanup();
 }

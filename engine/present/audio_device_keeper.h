@@ -1,13 +1,13 @@
 // Sees to it that there is an audio device as long as the machine has one.
 #pragma once
 
+#include "pacing/time_source.h"
 #include "present/sound_outlet.h"
 
 #include <atomic>
-#include <condition_variable>
+#include <memory>
 #include <mutex>
 #include <string>
-#include <thread>
 
 namespace velmora {
 
@@ -15,8 +15,8 @@ namespace velmora {
 /// tries again every few seconds when there is none or when it was lost.
 class AudioDeviceKeeper {
 public:
-    /// @param outlet what the device fetches from; must outlive the keeper
-    explicit AudioDeviceKeeper(SoundOutlet& outlet);
+    /// @param outlet what the device fetches from; it and time must outlive the keeper
+    AudioDeviceKeeper(SoundOutlet& outlet, TimeSource& time);
 
     /// Nothing is opened before the first call. Any thread.
     void want_device();
@@ -29,12 +29,13 @@ private:
     void run(const std::stop_token& stop);
 
     SoundOutlet& outlet_;
+    TimeSource& time_;
     std::atomic<bool> lacks_device_{false};
     mutable std::mutex mutex_; ///< protects wanted_ and failure_
-    std::condition_variable_any changed_;
+    const std::unique_ptr<WakeSignal> changed_{time_.make_signal()};
     bool wanted_{false};
     std::string failure_;
-    std::jthread thread_; ///< last, so that it ends first
+    Worker thread_; ///< last, so that it ends first
 };
 
 } // namespace velmora

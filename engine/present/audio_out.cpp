@@ -15,8 +15,8 @@ constexpr std::chrono::milliseconds feed_interval{10};
 
 } // namespace
 
-AudioOut::AudioOut(MessageBoard& messages)
-    : messages_{messages}, thread_{[this](const std::stop_token& stop) { run(stop); }} {}
+AudioOut::AudioOut(TimeSource& time, MessageBoard& messages)
+    : time_{time}, messages_{messages}, thread_{time, [this](const std::stop_token& stop) { run(stop); }} {}
 
 void AudioOut::attach(std::shared_ptr<SoundQueue> queue, std::shared_ptr<const SharedPlayClock> clock) {
     {
@@ -28,7 +28,7 @@ void AudioOut::attach(std::shared_ptr<SoundQueue> queue, std::shared_ptr<const S
         tell_device();
     }
     keeper_.want_device();
-    attached_.notify_all();
+    attached_->notify();
 }
 
 void AudioOut::detach(const SoundQueue& queue) {
@@ -72,25 +72,25 @@ std::optional<Seconds> AudioOut::offset() const {
 }
 
 void AudioOut::run(const std::stop_token& stop) {
-    std::unique_lock lock{mutex_};
-    while (attached_.wait(lock, stop, [this] { return source_.queue != nullptr; })) {
-        try {
-            feed(lock);
-            tell_device();
-        } catch (const std::bad_alloc&) {
-            log_incident("audio", "memory", "out of memory, falling silent");
-            source_ = {};
+    while (!stop.stop_requested()) {
+        SteadyTime next = SteadyTime::max();
+        if (std::unique_lock lock{mutex_}; source_.queue) {
+            next = time_.now() + feed_interval;
+            try {
+                feed(lock);
+                tell_device();
+            } catch (const std::bad_alloc&) {
+                log_incident("audio", "memory", "out of memory, falling silent");
+                source_ = {};
+            }
         }
-        attached_.wait_for(lock, stop, feed_interval, [] { return false; });
-        if (stop.stop_requested()) {
-            return;
-        }
+        attached_->wait(stop, next);
     }
 }
 
 void AudioOut::feed(std::unique_lock<std::mutex>& lock) {
     const Source source = source_;
-    const SteadyTime now = SteadyClock::now();
+    const SteadyTime now = time_.now();
     const PlayClock clock = source.clock->snapshot();
     const std::uint64_t generation = generation_;
     feeder_.feed(clock, now);

@@ -3,17 +3,16 @@
 
 #include "diagnostics/message_board.h"
 #include "media/sound_frame.h"
+#include "pacing/time_source.h"
 #include "present/audio_device_keeper.h"
 #include "present/play_clock.h"
 #include "present/sound_feeder.h"
 #include "present/sound_outlet.h"
 
-#include <condition_variable>
 #include <cstdint>
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <thread>
 
 namespace velmora {
 
@@ -23,8 +22,9 @@ namespace velmora {
 /// All functions may be called from any thread, but not from a notification of the queue.
 class AudioOut {
 public:
+    /// @param time must outlive it
     /// @param messages must outlive it; gets whether there is sound without a device
-    explicit AudioOut(MessageBoard& messages);
+    AudioOut(TimeSource& time, MessageBoard& messages);
     ~AudioOut() = default;
     AudioOut(const AudioOut&) = delete;
     AudioOut& operator=(const AudioOut&) = delete;
@@ -55,17 +55,18 @@ private:
     void feed(std::unique_lock<std::mutex>& lock);
     void tell_device();
 
+    TimeSource& time_;
     MessageBoard& messages_;
     SoundOutlet outlet_;
     mutable std::mutex mutex_; ///< protects feeder_, source_, generation_, has_sound_ and lack_is_told_
-    std::condition_variable_any attached_;
+    const std::unique_ptr<WakeSignal> attached_{time_.make_signal()};
     SoundFeeder feeder_{outlet_};
     Source source_;
     std::uint64_t generation_{0}; ///< what was taken from the queue in an older one is not to be heard
     bool has_sound_{false};       ///< the source has had some
     bool lack_is_told_{false};
-    AudioDeviceKeeper keeper_{outlet_};
-    std::jthread thread_; ///< last, so that it ends first
+    AudioDeviceKeeper keeper_{outlet_, time_};
+    Worker thread_; ///< last, so that it ends first
 };
 
 } // namespace velmora

@@ -15,11 +15,9 @@ constexpr unsigned int pixel_format_rgb24 = 0;
 
 } // namespace
 
-Presenter::Presenter() : thread_{[this](const std::stop_token& stop) { run(stop); }} {}
-
-Presenter::~Presenter() {
-    thread_.request_stop();
-    thread_.join();
+Presenter::Presenter(TimeSource& time)
+    : time_{time}, changed_{time.make_signal()}, thread_{time,
+                                                         [this](const std::stop_token& stop) { run(stop); }} {
 }
 
 void Presenter::set_overlay(velmora_user_overlay_callback_t callback, void* user) {
@@ -38,8 +36,7 @@ void Presenter::set_display_size(PictureSize size) {
         source_->display = size;
     }
     redraw_ = true;
-    woken_ = true;
-    changed_.notify_one();
+    changed_->notify();
 }
 
 void Presenter::attach(std::shared_ptr<PictureSource> source) {
@@ -53,8 +50,7 @@ void Presenter::attach(std::shared_ptr<PictureSource> source) {
     if (source_) {
         source_->display = display_.value_or(PictureSize{});
     }
-    woken_ = true;
-    changed_.notify_one();
+    changed_->notify();
 }
 
 void Presenter::detach(const PictureSource& source) {
@@ -76,29 +72,21 @@ void Presenter::settle() {
 }
 
 void Presenter::wake() {
-    const std::lock_guard lock{mutex_};
-    woken_ = true;
-    changed_.notify_one();
+    changed_->notify();
 }
 
 void Presenter::run(const std::stop_token& stop) {
-    Lock lock{mutex_};
     while (!stop.stop_requested()) {
         SteadyTime next_due = SteadyTime::max();
         try {
-            woken_ = false;
+            Lock lock{mutex_};
             if (step(lock, next_due)) {
                 continue;
             }
         } catch (const std::exception& error) {
             log_incident("presenter", "step", std::string{"a picture was left out: "} + error.what());
         }
-        const auto is_woken = [&] { return woken_; };
-        if (next_due == SteadyTime::max()) {
-            changed_.wait(lock, stop, is_woken);
-        } else {
-            changed_.wait_until(lock, stop, next_due, is_woken);
-        }
+        changed_->wait(stop, next_due);
     }
 }
 
@@ -123,7 +111,7 @@ bool Presenter::step(Lock& lock, SteadyTime& next_due) {
         return false;
     }
     const PlayClock clock = source_->clock.snapshot();
-    const SteadyTime now = SteadyClock::now();
+    const SteadyTime now = time_.now();
     const auto is_due = [&](const Picture& picture) {
         return picture.is_preview || picture.begins_run || clock.due(picture.position) <= now;
     };

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "decode/picture_converter.h"
+#include "pacing/time_source.h"
 #include "present/catch_up.h"
 #include "present/picture_source.h"
 #include "velmoraapi.h"
@@ -10,7 +11,6 @@
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <thread>
 
 namespace velmora {
 
@@ -19,8 +19,9 @@ namespace velmora {
 /// wait for a callback in progress, unless they are called from inside of it.
 class Presenter {
 public:
-    Presenter();
-    ~Presenter();
+    /// @param time outlives the presenter
+    explicit Presenter(TimeSource& time);
+    ~Presenter() = default;
     Presenter(const Presenter&) = delete;
     Presenter& operator=(const Presenter&) = delete;
 
@@ -38,7 +39,7 @@ public:
     /// To be called when something changed that decides what is due: a picture came, the clock was set.
     void wake();
     /// The caller runs inside the overlay callback.
-    bool is_own_thread() const { return std::this_thread::get_id() == thread_.get_id(); }
+    bool is_own_thread() const { return thread_.is_own_thread(); }
 
 private:
     using Lock = std::unique_lock<std::mutex>;
@@ -52,8 +53,9 @@ private:
     bool is_attached(const PictureSource& source);
     void end_delivery();
 
+    TimeSource& time_;
+    const std::unique_ptr<WakeSignal> changed_;
     std::mutex mutex_;
-    std::condition_variable_any changed_;
     std::condition_variable delivered_;
     // Protected by mutex_:
     std::shared_ptr<PictureSource> source_;
@@ -61,12 +63,11 @@ private:
     void* user_{nullptr};
     std::optional<PictureSize> display_;
     bool redraw_{false};
-    bool woken_{false};
     std::shared_ptr<const PictureSource> delivering_; ///< whose picture is handed over at the moment
     CatchUp catch_up_;
 
     PictureConverter converter_; ///< the presenter's thread only
-    std::jthread thread_;        ///< last, so that it ends before what it uses
+    Worker thread_;              ///< last, so that it ends before what it uses
 };
 
 } // namespace velmora

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "media/packet_block.h"
+#include "pacing/time_source.h"
 #include "velmoraapi.h"
 
 #include <cstdint>
@@ -55,8 +56,9 @@ public:
 };
 
 /// Begins to receive; does not wait for data.
+/// @param time outlives the receiver
 /// @param sink called on the receiver's thread
 /// @throws ReceptionError when the socket cannot be opened
-std::unique_ptr<Receiver> receive(const ReceiverSetup& setup, BlockSink sink);
+std::unique_ptr<Receiver> receive(const ReceiverSetup& setup, TimeSource& time, BlockSink sink);
 
 } // namespace velmora

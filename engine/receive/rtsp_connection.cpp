@@ -36,8 +36,9 @@ std::string refusal(int error) {
 
 } // namespace
 
-RtspConnection::RtspConnection(const std::string& url, RtspTransport transport, std::stop_token stop)
-    : stop_{std::move(stop)}, until_{SteadyClock::now() + connection_time} {
+RtspConnection::RtspConnection(const std::string& url, RtspTransport transport, const TimeSource& time,
+                               std::stop_token stop)
+    : time_{time}, stop_{std::move(stop)}, until_{time_.now() + connection_time} {
     AVFormatContext* format = avformat_alloc_context();
     if (format == nullptr) {
         throw std::bad_alloc{};
@@ -64,15 +65,15 @@ RtspConnection::RtspConnection(const std::string& url, RtspTransport transport, 
 
 RtspConnection::~RtspConnection() {
     is_closing_ = true;
-    until_ = SteadyClock::now() + closing_time;
+    until_ = time_.now() + closing_time;
 }
 
 bool RtspConnection::is_over() const {
-    return (stop_.stop_requested() && !is_closing_) || SteadyClock::now() > until_;
+    return (stop_.stop_requested() && !is_closing_) || time_.now() > until_;
 }
 
 RtspConnection::Reading RtspConnection::read(AVPacket& packet, std::chrono::milliseconds patience) {
-    until_ = SteadyClock::now() + patience;
+    until_ = time_.now() + patience;
     const int error = av_read_frame(format_.get(), &packet);
     if (error >= 0) {
         return Reading::packet;

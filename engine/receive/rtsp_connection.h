@@ -2,6 +2,7 @@
 #pragma once
 
 #include "media/timeline.h"
+#include "pacing/time_source.h"
 #include "receive/format_handles.h"
 
 #include <stdexcept>
@@ -30,9 +31,11 @@ public:
     enum class Reading { packet, silence, end };
 
     /// Connects, and has the server begin to send.
+    /// @param time outlives the connection
     /// @param stop ends every wait
     /// @throws RtspError
-    RtspConnection(const std::string& url, RtspTransport transport, std::stop_token stop);
+    RtspConnection(const std::string& url, RtspTransport transport, const TimeSource& time,
+                   std::stop_token stop);
     /// Tells the server, as far as that needs no waiting.
     ~RtspConnection();
     RtspConnection(const RtspConnection&) = delete;
@@ -47,6 +50,7 @@ public:
 private:
     bool is_over() const;
 
+    const TimeSource& time_;
     std::stop_token stop_;
     SteadyTime until_; ///< of the wait in progress
     bool is_closing_{false};

@@ -26,10 +26,11 @@ RtspTransport other(RtspTransport transport) {
 
 } // namespace
 
-RtspReceiver::RtspReceiver(const ReceiverSetup& setup, BlockSink sink)
-    : address_{rtsp_address(setup)}, chosen_{setup.protocol == Protocol_RTSPTCP ? RtspTransport::tcp
-                                                                                : RtspTransport::udp},
-      sink_{std::move(sink)}, thread_{[this](const std::stop_token& stop) { run(stop); }} {}
+RtspReceiver::RtspReceiver(const ReceiverSetup& setup, TimeSource& time, BlockSink sink)
+    : time_{time}, address_{rtsp_address(setup)}, chosen_{setup.protocol == Protocol_RTSPTCP
+                                                              ? RtspTransport::tcp
+                                                              : RtspTransport::udp},
+      sink_{std::move(sink)}, thread_{time, [this](const std::stop_token& stop) { run(stop); }} {}
 
 ReceptionFacts RtspReceiver::facts() const {
     return {.sender = sender_, .bytes = bytes_, .lost_in_network = damaged_};
@@ -52,7 +53,7 @@ void RtspReceiver::run(const std::stop_token& stop) {
             is_second_try = false;
             transport = chosen_;
         }
-        pause(next_pause, stop);
+        never_->wait(stop, time_.now() + next_pause);
         next_pause = std::min(next_pause * 2, longest_pause);
     }
 }
@@ -64,7 +65,7 @@ RtspReceiver::Outcome RtspReceiver::connect(RtspTransport transport, const std::
             report("rtsp host", "the host is not known");
             return Outcome::failed;
         }
-        RtspConnection connection{address_.url, transport, stop};
+        RtspConnection connection{address_.url, transport, time_, stop};
         sender_ = *server;
         return stream(connection, stop);
     } catch (const RtspError& error) {
@@ -95,7 +96,7 @@ RtspReceiver::Outcome RtspReceiver::stream(RtspConnection& connection, const std
         if (!muxer || !muxer->knows(*packet)) {
             muxer.emplace(connection.format(), runs_++);
         }
-        const SteadyTime now = SteadyClock::now();
+        const SteadyTime now = time_.now();
         const std::uint64_t damaged_before = muxer->damaged();
         muxer->write(*packet, clock, now);
         damaged_ += muxer->damaged() - damaged_before;
@@ -113,11 +114,6 @@ void RtspReceiver::hand_on(std::vector<std::uint8_t> packets, SteadyTime now) {
         bytes_ += packets.size();
         sink_(std::make_shared<const PacketBlock>(PacketBlock{.bytes = std::move(packets), .arrived = now}));
     }
-}
-
-void RtspReceiver::pause(std::chrono::milliseconds time, const std::stop_token& stop) {
-    std::unique_lock lock{pause_mutex_};
-    pause_.wait_for(lock, stop, time, [] { return false; });
 }
 
 /// The line for the developer is written here, the view shows the rest.

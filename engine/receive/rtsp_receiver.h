@@ -7,9 +7,8 @@
 #include "receive/rtsp_connection.h"
 
 #include <atomic>
-#include <condition_variable>
+#include <memory>
 #include <mutex>
-#include <thread>
 
 namespace velmora {
 
@@ -17,7 +16,7 @@ namespace velmora {
 /// nothing the other one is tried.
 class RtspReceiver final : public Receiver {
 public:
-    RtspReceiver(const ReceiverSetup& setup, BlockSink sink);
+    RtspReceiver(const ReceiverSetup& setup, TimeSource& time, BlockSink sink);
 
     ReceptionFacts facts() const override;
     std::string trouble() const override;
@@ -34,22 +33,21 @@ private:
     Outcome connect(RtspTransport transport, const std::stop_token& stop);
     Outcome stream(RtspConnection& connection, const std::stop_token& stop);
     void hand_on(std::vector<std::uint8_t> packets, SteadyTime now);
-    void pause(std::chrono::milliseconds time, const std::stop_token& stop);
     void report(std::string_view kind, std::string_view what);
 
+    TimeSource& time_;
+    const std::unique_ptr<WakeSignal> never_{time_.make_signal()};
     const RtspAddress address_;
     const RtspTransport chosen_;
     BlockSink sink_;
-    const SteadyTime begin_{SteadyClock::now()};
+    const SteadyTime begin_{time_.now()};
     unsigned runs_{0}; ///< of the transport stream
     std::atomic<std::uint32_t> sender_{0};
     std::atomic<std::uint64_t> bytes_{0};
     std::atomic<std::uint64_t> damaged_{0};
     mutable std::mutex trouble_mutex_;
     std::string trouble_; ///< since the last packet; protected by trouble_mutex_
-    std::mutex pause_mutex_;
-    std::condition_variable_any pause_;
-    std::jthread thread_;
+    Worker thread_;
 };
 
 } // namespace velmora

@@ -35,8 +35,8 @@ std::string text_of(Sender sender) {
 
 } // namespace
 
-UdpReceiver::UdpReceiver(const ReceiverSetup& setup, BlockSink sink)
-    : sink_{std::move(sink)}, unpacker_{framing_of(setup.protocol)} {
+UdpReceiver::UdpReceiver(const ReceiverSetup& setup, TimeSource& time, BlockSink sink)
+    : time_{time}, sink_{std::move(sink)}, unpacker_{framing_of(setup.protocol)} {
     const bool is_split = setup.protocol == Protocol_Split;
     if (is_split) {
         order_.emplace();
@@ -44,7 +44,7 @@ UdpReceiver::UdpReceiver(const ReceiverSetup& setup, BlockSink sink)
     for (unsigned i = 0; i < (is_split ? ports_of_a_split_stream : 1U); ++i) {
         ports_.push_back({.socket = UdpSocket{setup.group, static_cast<std::uint16_t>(setup.port + i)}});
     }
-    thread_ = std::jthread{[this](const std::stop_token& stop) { run(stop); }};
+    thread_ = Worker{time, [this](const std::stop_token& stop) { run(stop); }};
 }
 
 ReceptionFacts UdpReceiver::facts() const {
@@ -53,7 +53,7 @@ ReceptionFacts UdpReceiver::facts() const {
 
 void UdpReceiver::run(const std::stop_token& stop) {
     const std::stop_callback wake_up{stop, [this] { stopped_.raise(); }};
-    membership_due_ = SteadyClock::now() + membership_interval;
+    membership_due_ = time_.now() + membership_interval;
     while (!stop.stop_requested()) {
         wait();
         try {
@@ -65,7 +65,7 @@ void UdpReceiver::run(const std::stop_token& stop) {
 }
 
 void UdpReceiver::round() {
-    const SteadyTime now = SteadyClock::now();
+    const SteadyTime now = time_.now();
     const auto wall_clock = std::chrono::system_clock::now().time_since_epoch();
     for (Port& port : ports_) {
         while (read(port, now) && order_) {
@@ -92,9 +92,9 @@ void UdpReceiver::wait() const {
     polled.push_back({.fd = stopped_.descriptor(), .events = POLLIN, .revents = 0});
     SteadyTime until = std::min(membership_due_, unpacker_.deadline().value_or(SteadyTime::max()));
     if (order_ && !order_->is_empty()) {
-        until = std::min(until, SteadyClock::now() + ArrivalOrder::wait / 2);
+        until = std::min(until, time_.now() + ArrivalOrder::wait / 2);
     }
-    const auto time = std::chrono::ceil<std::chrono::milliseconds>(until - SteadyClock::now());
+    const auto time = std::chrono::ceil<std::chrono::milliseconds>(until - time_.now());
     ::poll(polled.data(), polled.size(), static_cast<int>(std::max(time, 0ms).count()));
 }
 

@@ -9,14 +9,13 @@
 
 #include <atomic>
 #include <optional>
-#include <thread>
 #include <vector>
 
 namespace velmora {
 
 class UdpReceiver final : public Receiver {
 public:
-    UdpReceiver(const ReceiverSetup& setup, BlockSink sink);
+    UdpReceiver(const ReceiverSetup& setup, TimeSource& time, BlockSink sink);
 
     ReceptionFacts facts() const override;
 
@@ -42,6 +41,7 @@ private:
     void hand_on(SteadyTime now);
     void note_losses();
 
+    TimeSource& time_;
     BlockSink sink_;
     DatagramUnpacker unpacker_;
     std::optional<ArrivalOrder> order_; ///< of several ports
@@ -52,7 +52,7 @@ private:
     std::atomic<std::uint64_t> lost_{0};
     std::atomic<std::uint64_t> dropped_{0};
     WakeEvent stopped_;
-    std::jthread thread_;
+    Worker thread_;
 };
 
 } // namespace velmora

@@ -13,7 +13,7 @@ bool BlockBacklog::put(SharedBlock block) {
             return false;
         }
         if (blocks_.empty()) {
-            waiting_since_ = SteadyClock::now();
+            waiting_since_ = time_.now();
         }
         // Datagrams come by the thousand: whoever takes them is woken for the first and for a whole piece.
         is_news = blocks_.empty() || (bytes_ < piece_ && bytes_ + size >= piece_);
@@ -21,16 +21,22 @@ bool BlockBacklog::put(SharedBlock block) {
         blocks_.push_back(std::move(block));
     }
     if (is_news) {
-        changed_.notify_one();
+        changed_->notify();
     }
     return true;
 }
 
 std::vector<SharedBlock> BlockBacklog::take(std::chrono::milliseconds longest) {
     std::unique_lock lock{mutex_};
-    const auto is_due = [this] { return is_closed_ || is_woken_ || bytes_ >= piece_; };
-    changed_.wait(lock, [&] { return is_due() || !blocks_.empty(); });
-    changed_.wait_until(lock, waiting_since_ + longest, is_due);
+    while (!is_closed_ && !is_woken_ && bytes_ < piece_) {
+        const SteadyTime due = blocks_.empty() ? SteadyTime::max() : waiting_since_ + longest;
+        if (time_.now() >= due) {
+            break;
+        }
+        lock.unlock();
+        changed_->wait({}, due);
+        lock.lock();
+    }
     is_woken_ = false;
     std::vector<SharedBlock> taken;
     std::size_t size = 0;
@@ -40,7 +46,7 @@ std::vector<SharedBlock> BlockBacklog::take(std::chrono::milliseconds longest) {
         blocks_.pop_front();
     }
     bytes_ -= size;
-    waiting_since_ = SteadyClock::now();
+    waiting_since_ = time_.now();
     return taken;
 }
 
@@ -49,7 +55,7 @@ void BlockBacklog::wake() {
         const std::lock_guard lock{mutex_};
         is_woken_ = true;
     }
-    changed_.notify_one();
+    changed_->notify();
 }
 
 void BlockBacklog::close() {
@@ -57,7 +63,7 @@ void BlockBacklog::close() {
         const std::lock_guard lock{mutex_};
         is_closed_ = true;
     }
-    changed_.notify_one();
+    changed_->notify();
 }
 
 std::size_t BlockBacklog::discard() {
@@ -68,7 +74,7 @@ std::size_t BlockBacklog::discard() {
         discarded = std::exchange(bytes_, 0);
         is_closed_ = true;
     }
-    changed_.notify_one();
+    changed_->notify();
     return discarded;
 }
 

@@ -2,11 +2,12 @@
 #pragma once
 
 #include "media/packet_block.h"
+#include "pacing/time_source.h"
 
 #include <chrono>
-#include <condition_variable>
 #include <cstddef>
 #include <deque>
+#include <memory>
 #include <mutex>
 #include <vector>
 
@@ -17,7 +18,9 @@ class BlockBacklog {
 public:
     /// @param capacity bytes
     /// @param piece bytes that are worth being written at once
-    BlockBacklog(std::size_t capacity, std::size_t piece) : capacity_{capacity}, piece_{piece} {}
+    /// @param time outlives the backlog
+    BlockBacklog(std::size_t capacity, std::size_t piece, TimeSource& time)
+        : capacity_{capacity}, piece_{piece}, time_{time} {}
 
     /// @return false when there is no room, or no more is taken
     bool put(SharedBlock block);
@@ -36,8 +39,9 @@ public:
 private:
     const std::size_t capacity_;
     const std::size_t piece_;
+    TimeSource& time_;
+    const std::unique_ptr<WakeSignal> changed_{time_.make_signal()};
     mutable std::mutex mutex_;
-    std::condition_variable changed_;
     // Protected by mutex_:
     std::deque<SharedBlock> blocks_;
     std::size_t bytes_{0};

@@ -18,9 +18,9 @@ constexpr auto patience_at_the_end = 2s;
 } // namespace
 
 EndingRecordings::~EndingRecordings() {
-    const SteadyTime until = SteadyClock::now() + patience_at_the_end;
+    const SteadyTime until = time_.now() + patience_at_the_end;
     for (const auto& recorder : recorders_) {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(until - SteadyClock::now());
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(until - time_.now());
         if (!recorder->wait_complete(std::max(left, 0ms))) {
             recorder->give_up();
         }

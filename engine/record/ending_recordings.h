@@ -1,6 +1,7 @@
 // Recordings that were stopped while the disk was not ready.
 #pragma once
 
+#include "pacing/time_source.h"
 #include "record/recorder.h"
 
 #include <chrono>
@@ -14,7 +15,8 @@ namespace velmora {
 /// thread.
 class EndingRecordings {
 public:
-    EndingRecordings() = default;
+    /// @param time outlives it
+    explicit EndingRecordings(const TimeSource& time) : time_{time} {}
     /// Gives what is left to write a few seconds, all together, then leaves it out. Only a write that the
     /// disk holds up is waited for longer.
     ~EndingRecordings();
@@ -27,6 +29,7 @@ public:
     void add(std::shared_ptr<Recorder> recorder);
 
 private:
+    const TimeSource& time_;
     std::mutex mutex_; ///< held for moments only
     std::vector<std::shared_ptr<Recorder>> recorders_;
 };

@@ -7,7 +7,6 @@
 
 #include <condition_variable>
 #include <mutex>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -26,12 +25,14 @@ constexpr auto longest_wait = 200ms;
 
 class Recorder::Writer {
 public:
-    Writer(const RecorderSetup& setup, MessageBoard& messages, std::function<void()> on_ended)
+    Writer(const RecorderSetup& setup, TimeSource& time, MessageBoard& messages,
+           std::function<void()> on_ended)
         : files_{setup}, limit_{setup.limit}, messages_{messages}, on_ended_{std::move(on_ended)},
-          tags_{std::make_unique<TagList>(files_.path())} {
+          backlog_{backlog_capacity, worthwhile_write, time}, tags_{
+                                                                  std::make_unique<TagList>(files_.path())} {
         facts_.path = files_.path();
         messages_.post(MessageBoard::Severity::notice, "record", "begin", "Recording to " + files_.path());
-        thread_ = std::jthread{[this] { run(); }};
+        thread_ = Worker{time, [this](const std::stop_token&) { run(); }};
     }
     ~Writer() { backlog_.close(); }
     Writer(const Writer&) = delete;
@@ -184,7 +185,7 @@ private:
     MessageBoard& messages_;
     const std::function<void()> on_ended_;
     std::string failure_; ///< the writer's thread only
-    BlockBacklog backlog_{backlog_capacity, worthwhile_write};
+    BlockBacklog backlog_;
     std::vector<std::uint8_t> bytes_; ///< the writer's thread only
     mutable std::mutex mutex_;
     // Protected by mutex_, written by the writer's thread:
@@ -194,11 +195,12 @@ private:
     bool ended_{false};
     bool is_complete_{false};
     mutable std::condition_variable completed_;
-    std::jthread thread_;
+    Worker thread_;
 };
 
-Recorder::Recorder(const RecorderSetup& setup, MessageBoard& messages, std::function<void()> on_ended)
-    : writer_{std::make_unique<Writer>(setup, messages, std::move(on_ended))} {}
+Recorder::Recorder(const RecorderSetup& setup, TimeSource& time, MessageBoard& messages,
+                   std::function<void()> on_ended)
+    : writer_{std::make_unique<Writer>(setup, time, messages, std::move(on_ended))} {}
 
 Recorder::~Recorder() = default;
 

@@ -3,6 +3,7 @@
 
 #include "diagnostics/message_board.h"
 #include "media/packet_block.h"
+#include "pacing/time_source.h"
 
 #include <chrono>
 #include <cstdint>
@@ -45,11 +46,13 @@ struct RecordingFacts {
 class Recorder {
 public:
     /// Creates the file; one whose name is taken becomes name_2, name_3 and so on.
+    /// @param time outlives the recorder
     /// @param messages told of the beginning and of the end, and why; outlives the recorder
     /// @param on_ended called on the recorder's thread, which must not destroy the recorder, when it ends by
     /// itself: the limit is reached, or the disk is full or gone, which is told; the file is complete then
     /// @throws RecordingError
-    Recorder(const RecorderSetup& setup, MessageBoard& messages, std::function<void()> on_ended);
+    Recorder(const RecorderSetup& setup, TimeSource& time, MessageBoard& messages,
+             std::function<void()> on_ended);
     /// Writes what waits, then closes the file: this takes as long as the disk does.
     ~Recorder();
     Recorder(const Recorder&) = delete;

@@ -162,7 +162,7 @@ bool Session::start_playback() {
             FilePlayer::Hooks{[this] { presenter_.wake(); }, [this] { audio_.discard(); },
                               [this](std::span<const std::uint8_t> unit) { data_.put(unit); },
                               [this, setup](const std::string& reason) { tell_unplayable(setup, reason); }},
-            messages_);
+            time_, messages_);
         previous = std::exchange(player_, player);
         played_ = setup;
         display_owner_ = PLAYBACK_APP;
@@ -228,7 +228,7 @@ bool Session::start_stream_out() {
     try {
         stream_out = std::make_shared<StreamOut>(
             StreamOut::Source{player->source(), player->index(), [player] { return player->progress(); }},
-            target);
+            target, time_);
     } catch (const std::exception& error) {
         log_incident("out", "start", std::string{error.what()} + ", nothing is sent");
         return false;

@@ -5,6 +5,7 @@
 #include "diagnostics/message_board.h"
 #include "live/live_channel.h"
 #include "out/stream_out.h"
+#include "pacing/time_source.h"
 #include "play/file_player.h"
 #include "present/audio_out.h"
 #include "present/presenter.h"
@@ -22,7 +23,8 @@ namespace velmora {
 /// the overlay callback is refused. Only start(1) waits for media work.
 class Session {
 public:
-    Session() = default;
+    /// @param time outlives the session
+    explicit Session(TimeSource& time) : time_{time} {}
     ~Session();
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
@@ -66,11 +68,13 @@ private:
     void attach_owner();
     void give_display_to(int owner);
 
-    MessageBoard messages_; ///< first: everything below may say something until it ends
+    TimeSource& time_;
+    MessageBoard messages_{time_}; ///< first: everything below may say something until it ends
     DataOutlet data_{messages_};
-    Presenter presenter_;
-    AudioOut audio_{messages_};
-    LiveChannel live_{messages_,
+    Presenter presenter_{time_};
+    AudioOut audio_{time_, messages_};
+    LiveChannel live_{time_,
+                      messages_,
                       {.clock_changed = [this] { presenter_.wake(); },
                        .discard_sound = [this] { audio_.discard(); },
                        .on_data = [this](const UnitSorter::DataUnit& unit) { data_.put(unit.bytes); }}};

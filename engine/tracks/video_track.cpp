@@ -20,7 +20,7 @@ bool VideoTrack::begin_stream(const QueuedVideo& queued) {
     stream_serial_ = queued.stream.serial;
     awaits_access_point_ = true;
     try {
-        decoder_ = std::make_unique<VideoDecoder>(queued.stream.codec, cost_clock_);
+        decoder_ = std::make_unique<VideoDecoder>(queued.stream.codec, *time_);
     } catch (const std::runtime_error& error) {
         decoder_.reset();
         log_incident("video", "decoder", std::string{error.what()} + ", pictures left out");

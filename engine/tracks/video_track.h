@@ -19,8 +19,8 @@ namespace velmora {
 /// Rebuilds its decoder when the stream changes and begins at access points only. Not thread-safe.
 class VideoTrack {
 public:
-    /// @param cost_clock see VideoDecoder
-    explicit VideoTrack(CostClock cost_clock = processor_time) : cost_clock_{std::move(cost_clock)} {}
+    /// @param time outlives the track
+    explicit VideoTrack(TimeSource& time) : time_{&time} {}
 
     /// Decodes one unit; pictures that come out wait in ready().
     void decode(QueuedVideo queued);
@@ -69,7 +69,7 @@ private:
     void take_deinterlaced(AvFrame frame);
     void hand_out_preview(AvFrame frame);
 
-    CostClock cost_clock_;
+    TimeSource* time_; ///< outlives the track
     std::unique_ptr<VideoDecoder> decoder_;
     Deinterlacer deinterlacer_;
     std::function<void(Picture)> on_preview_;

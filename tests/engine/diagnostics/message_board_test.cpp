@@ -1,5 +1,7 @@
 #include "diagnostics/message_board.h"
 
+#include "support/test_time.h"
+
 #include <gtest/gtest.h>
 
 namespace velmora {
@@ -14,8 +16,8 @@ protected:
     void post(const char* text) { board_.post(Severity::error, "test", text, text); }
     void begin(State state, const char* text) { board_.begin(state, Severity::warning, "test", text); }
 
-    MessageBoard::Time now_{};
-    MessageBoard board_{[this] { return now_; }};
+    ManualTime time_;
+    MessageBoard board_{time_};
 };
 
 TEST_F(Messages, ThereIsNoneAtFirst) {
@@ -27,7 +29,7 @@ TEST_F(Messages, ThereIsNoneAtFirst) {
 TEST_F(Messages, TheNewestEventStandsUntilAnotherComes) {
     post("first");
     EXPECT_EQ(board_.newest(), (MessageBoard::Message{1, Severity::error, false, "first"}));
-    now_ += 1h;
+    time_.time += 1h;
     EXPECT_EQ(board_.newest()->text, "first");
     post("second");
     EXPECT_EQ(board_.newest(), (MessageBoard::Message{2, Severity::error, false, "second"}));
@@ -50,9 +52,9 @@ TEST_F(Messages, AStateThatIsOverIsWithdrawnUnderItsNumber) {
 TEST_F(Messages, AnEventStandsBeforeAStateForItsTime) {
     begin(State::no_signal, "no signal");
     post("recording ended");
-    now_ += MessageBoard::event_time - 1ms;
+    time_.time += MessageBoard::event_time - 1ms;
     EXPECT_EQ(board_.newest()->text, "recording ended");
-    now_ += 1ms;
+    time_.time += 1ms;
     EXPECT_EQ(board_.newest()->text, "no signal");
 }
 

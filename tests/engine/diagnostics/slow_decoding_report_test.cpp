@@ -1,5 +1,7 @@
 #include "diagnostics/slow_decoding_report.h"
 
+#include "support/test_time.h"
+
 #include <gtest/gtest.h>
 
 namespace velmora {
@@ -18,7 +20,7 @@ protected:
     }
 
     SteadyTime now_{10s};
-    MessageBoard board_;
+    MessageBoard board_{real_time()};
     SlowDecodingReport report_{board_, "test"};
 };
 

@@ -35,11 +35,11 @@ protected:
 };
 
 TEST_F(FileGrowthTest, NobodyWritesToAFileThatWasJustWritten) {
-    EXPECT_FALSE(FileGrowth{source_}.is_growing(now_));
+    EXPECT_FALSE((FileGrowth{source_, now_}.is_growing(now_)));
 }
 
 TEST_F(FileGrowthTest, GrowsAsLongAsItIsOpenForWritingAndLessThanASecondLonger) {
-    FileGrowth growth{source_};
+    FileGrowth growth{source_, now_};
     {
         const std::ofstream writer{file_, std::ios::app};
         EXPECT_TRUE(growth.is_growing(now_));
@@ -50,7 +50,7 @@ TEST_F(FileGrowthTest, GrowsAsLongAsItIsOpenForWritingAndLessThanASecondLonger) 
 }
 
 TEST_F(FileGrowthTest, GrowsWherePiecesComeOneAfterTheOther) {
-    FileGrowth growth{source_};
+    FileGrowth growth{source_, now_};
     EXPECT_FALSE(growth.is_growing(now_));
     std::ofstream{file_, std::ios::app} << "more";
     EXPECT_TRUE(growth.is_growing(now_ + 1s));

@@ -8,6 +8,8 @@
 #include "support/stream_maker.h"
 #include "table/scratch_files.h"
 
+#include "support/test_time.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -265,10 +267,11 @@ std::vector<AccessPoint> scanned(const std::filesystem::path& file, Position end
     std::mutex mutex;
     std::condition_variable progress;
     const auto source = open(file);
-    const IndexScanner scanner{source, std::make_shared<FileGrowth>(source), index, sidecar, [&] {
-                                   const std::lock_guard lock{mutex};
-                                   progress.notify_all();
-                               }};
+    const IndexScanner scanner{
+        source, std::make_shared<FileGrowth>(source, real_time().now()), index, sidecar, real_time(), [&] {
+            const std::lock_guard lock{mutex};
+            progress.notify_all();
+        }};
     std::unique_lock lock{mutex};
     EXPECT_TRUE(
         progress.wait_for(lock, 20s, [&] { return index->extent().complete && index->extent().end >= end; }));

@@ -1,5 +1,7 @@
 #include "live/signal_watch.h"
 
+#include "support/test_time.h"
+
 #include <gtest/gtest.h>
 
 namespace velmora {
@@ -26,7 +28,7 @@ protected:
 
     SteadyTime now_{100s};
     std::string trouble_;
-    MessageBoard board_{[this] { return now_; }};
+    MessageBoard board_{real_time()};
     SignalWatch::Sight sight_;
     SignalWatch watch_{board_, {"UDP port 5000", [this] { return trouble_; }}, now_};
 };

@@ -4,6 +4,8 @@
 #include "support/clips.h"
 #include "support/sound_source.h"
 
+#include "support/test_time.h"
+
 #include <gtest/gtest.h>
 
 #include <SDL.h>
@@ -119,8 +121,8 @@ protected:
     SoundSource source_{0.0, sine};
     std::shared_ptr<SoundQueue> queue_{std::make_shared<SoundQueue>(10)};
     std::shared_ptr<SharedPlayClock> clock_{std::make_shared<SharedPlayClock>()};
-    MessageBoard messages_;
-    AudioOut out_{messages_};
+    MessageBoard messages_{real_time()};
+    AudioOut out_{real_time(), messages_};
     std::jthread producer_;
 };
 
@@ -205,8 +207,8 @@ TEST_P(AudioOutWithDriver, TakesSoundAtThePaceOfTheClockAndLeavesNothingOpen) {
         ::setenv("SDL_AUDIODRIVER", GetParam(), 1);
     }
     for (int round = 0; round < 2; ++round) {
-        MessageBoard messages;
-        AudioOut out{messages};
+        MessageBoard messages{real_time()};
+        AudioOut out{real_time(), messages};
         const auto queue = std::make_shared<SoundQueue>(10);
         const auto clock = std::make_shared<SharedPlayClock>();
         SoundSource source{0.0, sine};

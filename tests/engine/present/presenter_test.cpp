@@ -1,5 +1,7 @@
 #include "present/presenter.h"
 
+#include "support/test_time.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -72,7 +74,7 @@ TEST(Presenter, ShowsTheFirstPictureOfARunThatBeganWhileItTookAStaleOne) {
             source->pictures.try_push(picture(2, true));
         }
     });
-    Presenter presenter;
+    Presenter presenter{real_time()};
     presenter.attach(source);
     EXPECT_TRUE(watch.wait_for_generation(2));
     presenter.detach(*source);
@@ -101,7 +103,7 @@ private:
 
 TEST(Presenter, DetachingWaitsForAPictureOnItsWayWhateverIsAttached) {
     SlowDelivery delivery;
-    Presenter presenter;
+    Presenter presenter{real_time()};
     presenter.attach(delivery.source());
     delivery.wait_until_begun();
     presenter.attach(std::make_shared<PictureSource>());
@@ -111,7 +113,7 @@ TEST(Presenter, DetachingWaitsForAPictureOnItsWayWhateverIsAttached) {
 
 TEST(Presenter, SettlesWhenNoPictureOfAnotherSourceIsOnItsWay) {
     SlowDelivery delivery;
-    Presenter presenter;
+    Presenter presenter{real_time()};
     presenter.attach(delivery.source());
     delivery.wait_until_begun();
     presenter.attach(nullptr);
@@ -132,7 +134,7 @@ std::vector<Watch::Shown> show_late_pictures(SteadyClock::duration patience) {
         EXPECT_TRUE(source->pictures.try_push(std::move(late)));
     }
     source->clock.anchor(Position{300ms}, 1.0, SteadyClock::now());
-    Presenter presenter;
+    Presenter presenter{real_time()};
     presenter.attach(source);
     auto shown = watch.wait_for_position(Position{3 * interval});
     presenter.detach(*source);

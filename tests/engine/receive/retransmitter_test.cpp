@@ -4,6 +4,8 @@
 #include "receive/numbered_packets.h"
 #include "support/udp_port.h"
 
+#include "support/test_time.h"
+
 #include <gtest/gtest.h>
 
 #include <netinet/in.h>
@@ -46,7 +48,7 @@ TEST(Retransmitter, SendsSevenPacketsADatagramAndTheRestAtOnce) {
 TEST(Retransmitter, ItsOwnReceiverGetsTheStreamBitForBit) {
     const std::uint16_t port = free_udp_port();
     test::Collector collector;
-    const auto receiver = receive({.protocol = Protocol_UDPTS, .port = port}, collector.sink());
+    const auto receiver = receive({.protocol = Protocol_UDPTS, .port = port}, real_time(), collector.sink());
     const Retransmitter retransmitter{INADDR_LOOPBACK, port};
     const Bytes stream = numbered_packets(700);
     retransmitter.send(block_of(stream));

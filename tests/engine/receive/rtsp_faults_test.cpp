@@ -7,6 +7,8 @@
 #include "ts/continuity.h"
 #include "ts/ts_packet.h"
 
+#include "support/test_time.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -52,7 +54,7 @@ std::optional<std::string> play_silently(const std::string& request) {
 
 std::unique_ptr<Receiver> receive_from(const std::string& url, Collector& collector,
                                        std::int32_t protocol = Protocol_RTSPTCP) {
-    return receive({.protocol = protocol, .rtsp_url = url}, collector.sink());
+    return receive({.protocol = protocol, .rtsp_url = url}, real_time(), collector.sink());
 }
 
 /// Median time that a receiver takes to end; `is_in_state` is waited for before.
@@ -208,13 +210,13 @@ TEST(RtspConnecting, AnAddressIsMadeOfServerPortAndSession) {
                                    .rtsp_url = "127.0.0.1",
                                    .rtsp_session = "front/door.sdp",
                                    .rtsp_port = server.port()},
-                                  collector.sink());
+                                  real_time(), collector.sink());
     EXPECT_TRUE(eventually([&] {
         const std::lock_guard lock{mutex};
         return first.find(" rtsp://127.0.0.1:" + std::to_string(server.port()) +
                           "/front/door.sdp RTSP/1.0") != std::string::npos;
     })) << first;
-    EXPECT_THROW(receive({.protocol = Protocol_RTSPTCP}, collector.sink()), ReceptionError);
+    EXPECT_THROW(receive({.protocol = Protocol_RTSPTCP}, real_time(), collector.sink()), ReceptionError);
 }
 
 TEST(RtspConnecting, ReceptionComesBackWithTheServer) {

@@ -8,6 +8,8 @@
 
 #include "ts/packet_builder.h"
 
+#include "support/test_time.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -40,7 +42,7 @@ std::filesystem::path clip(const std::string& video, const std::string& audio) {
 }
 
 std::unique_ptr<Receiver> receive_from(const std::string& url, std::int32_t protocol, Collector& collector) {
-    return receive({.protocol = protocol, .rtsp_url = url}, collector.sink());
+    return receive({.protocol = protocol, .rtsp_url = url}, real_time(), collector.sink());
 }
 
 /// Times of the packets that carry a clock, seconds.

@@ -8,6 +8,8 @@
 #include "support/undisturbed.h"
 #include "table/stderr_capture.h"
 
+#include "support/test_time.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -39,7 +41,7 @@ constexpr double brisk = 5e6; ///< bytes per second: 40 Mbit/s
 class UdpReceiverTest : public testing::Test {
 protected:
     std::unique_ptr<Receiver> receive_by(std::int32_t protocol, std::uint32_t address = 0) {
-        return receive({.protocol = protocol, .group = address, .port = port}, collector.sink());
+        return receive({.protocol = protocol, .group = address, .port = port}, real_time(), collector.sink());
     }
     SendRecipe recipe(std::uint32_t address = INADDR_LOOPBACK) const {
         return {.target = {.address = address, .port = port}, .bytes_per_second = brisk};
@@ -78,7 +80,7 @@ TEST_F(UdpReceiverTest, HandsOnMulticastAndOnlyTheGroupAskedFor) {
     const auto receiver = receive_by(Protocol_UDPTS, group);
     Collector of_other;
     const auto other =
-        receive({.protocol = Protocol_UDPTS, .group = group + 1, .port = port}, of_other.sink());
+        receive({.protocol = Protocol_UDPTS, .group = group + 1, .port = port}, real_time(), of_other.sink());
     const Bytes of_other_stream = numbered_packets(70, 100000);
     send(of_other_stream, recipe(group + 1));
     send(stream, recipe(group));
@@ -89,7 +91,8 @@ TEST_F(UdpReceiverTest, HandsOnMulticastAndOnlyTheGroupAskedFor) {
 
 TEST_F(UdpReceiverTest, UnicastIsNotMixedWithGroupsOfOthers) {
     Collector of_other;
-    const auto other = receive({.protocol = Protocol_UDPTS, .group = group, .port = port}, of_other.sink());
+    const auto other =
+        receive({.protocol = Protocol_UDPTS, .group = group, .port = port}, real_time(), of_other.sink());
     const auto receiver = receive_by(Protocol_UDPTS);
     send(numbered_packets(70, 100000), recipe(group));
     ASSERT_TRUE(of_other.wait_for(70 * ts_packet_size));
@@ -135,7 +138,7 @@ TEST_F(UdpReceiverTest, WhatFindsNoRoomIsToldApartFromLossInTheNetwork) {
     std::latch goes_on{1};
     bool is_first = true; // of the receiver's thread
     const auto receiver =
-        receive({.protocol = Protocol_RTPUDP, .port = port}, [&](const SharedBlock& /*block*/) {
+        receive({.protocol = Protocol_RTPUDP, .port = port}, real_time(), [&](const SharedBlock& /*block*/) {
             if (std::exchange(is_first, false)) {
                 stands_still.count_down();
                 goes_on.wait();
@@ -404,7 +407,8 @@ TEST_F(UdpReceiverTest, APortThatCannotBeOpenedIsRefused) {
                   "UDP port " + std::to_string(port) + " is in use by another program");
     }
     ::close(taken);
-    EXPECT_THROW(receive({.protocol = Protocol_UDPTS, .port = 0}, collector.sink()), ReceptionError);
+    EXPECT_THROW(receive({.protocol = Protocol_UDPTS, .port = 0}, real_time(), collector.sink()),
+                 ReceptionError);
     EXPECT_THROW(receive_by(Protocol_HTTP), ReceptionError);
     EXPECT_THROW(receive_by(99), ReceptionError);
 }
@@ -425,7 +429,8 @@ FileDescriptor share(std::uint16_t port) {
 TEST_F(UdpReceiverTest, AUnicastPortIsNotTakenFromWhoHoldsIt) {
     const auto first = receive_by(Protocol_UDPTS);
     Collector of_second;
-    EXPECT_THROW(receive({.protocol = Protocol_UDPTS, .port = port}, of_second.sink()), ReceptionError);
+    EXPECT_THROW(receive({.protocol = Protocol_UDPTS, .port = port}, real_time(), of_second.sink()),
+                 ReceptionError);
     // Nor by a program that would share it.
     EXPECT_FALSE(share(port));
     send(stream, recipe());
@@ -442,8 +447,10 @@ TEST_F(UdpReceiverTest, AUnicastPortThatIsSharedAlreadyIsRefused) {
 
 TEST_F(UdpReceiverTest, AGroupIsWatchedByAsManyAsWantTo) {
     Collector of_second;
-    const auto first = receive({.protocol = Protocol_UDPTS, .group = group, .port = port}, collector.sink());
-    const auto second = receive({.protocol = Protocol_UDPTS, .group = group, .port = port}, of_second.sink());
+    const auto first =
+        receive({.protocol = Protocol_UDPTS, .group = group, .port = port}, real_time(), collector.sink());
+    const auto second =
+        receive({.protocol = Protocol_UDPTS, .group = group, .port = port}, real_time(), of_second.sink());
     send(stream, recipe(group));
     EXPECT_TRUE(collector.wait_for(stream.size()));
     EXPECT_TRUE(of_second.wait_for(stream.size()));
@@ -451,7 +458,8 @@ TEST_F(UdpReceiverTest, AGroupIsWatchedByAsManyAsWantTo) {
 
 TEST_F(UdpReceiverTest, AnAddressThatIsNoGroupIsRefused) {
     for (const std::uint32_t address : {0x7F000001U, 0xDFFFFFFFU, 0xF0000000U, 0xFFFFFFFFU}) {
-        EXPECT_THROW(receive({.protocol = Protocol_UDPTS, .group = address, .port = port}, collector.sink()),
+        EXPECT_THROW(receive({.protocol = Protocol_UDPTS, .group = address, .port = port}, real_time(),
+                             collector.sink()),
                      ReceptionError)
             << address;
     }
@@ -467,7 +475,7 @@ TEST_F(UdpReceiverTest, StopsAtOnce) {
             collector.clear();
             auto receiver = receive(
                 {.protocol = Protocol_UDPTS, .port = has_data ? port : static_cast<std::uint16_t>(port + 1)},
-                collector.sink());
+                real_time(), collector.sink());
             ASSERT_TRUE(!has_data || collector.wait_for(1));
             const auto start = std::chrono::steady_clock::now();
             receiver.reset();

@@ -1,6 +1,8 @@
 // The backlog never holds up its feeder, however slow the disk is, and never grows beyond its bound.
 #include "record/block_backlog.h"
 
+#include "support/test_time.h"
+
 #include <gtest/gtest.h>
 
 #include <future>
@@ -19,7 +21,7 @@ SharedBlock block(std::size_t size = block_size) {
 }
 
 TEST(BlockBacklogTest, RefusesWhatDoesNotFitUntilSomethingIsTaken) {
-    BlockBacklog backlog{10 * block_size, 4 * block_size};
+    BlockBacklog backlog{10 * block_size, 4 * block_size, real_time()};
     for (int i = 0; i < 10; ++i) {
         EXPECT_TRUE(backlog.put(block()));
     }
@@ -33,7 +35,7 @@ TEST(BlockBacklogTest, RefusesWhatDoesNotFitUntilSomethingIsTaken) {
 }
 
 TEST(BlockBacklogTest, HandsOutWholePiecesInOrderAndWhatIsLeftInTime) {
-    BlockBacklog backlog{1000 * block_size, 4 * block_size};
+    BlockBacklog backlog{1000 * block_size, 4 * block_size, real_time()};
     std::vector<SharedBlock> fed;
     for (int i = 0; i < 6; ++i) {
         fed.push_back(block());
@@ -48,7 +50,7 @@ TEST(BlockBacklogTest, HandsOutWholePiecesInOrderAndWhatIsLeftInTime) {
 }
 
 TEST(BlockBacklogTest, WakesForAPieceAndWhenAskedTo) {
-    BlockBacklog backlog{1000 * block_size, 2 * block_size};
+    BlockBacklog backlog{1000 * block_size, 2 * block_size, real_time()};
     auto taken = std::async(std::launch::async, [&] { return backlog.take(1h).size(); });
     backlog.put(block());
     EXPECT_EQ(taken.wait_for(0s), std::future_status::timeout);
@@ -60,7 +62,7 @@ TEST(BlockBacklogTest, WakesForAPieceAndWhenAskedTo) {
 }
 
 TEST(BlockBacklogTest, ClosedGivesOutWhatItHolds) {
-    BlockBacklog backlog{1000 * block_size, 2 * block_size};
+    BlockBacklog backlog{1000 * block_size, 2 * block_size, real_time()};
     for (int i = 0; i < 3; ++i) {
         backlog.put(block());
     }

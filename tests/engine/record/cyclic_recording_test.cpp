@@ -8,6 +8,8 @@
 #include "support/eventually.h"
 #include "ts/ts_packet.h"
 
+#include "support/test_time.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -51,7 +53,7 @@ protected:
     }
 
     ScratchFolder scratch_;
-    MessageBoard messages_;
+    MessageBoard messages_{real_time()};
     std::filesystem::path folder_{[this] {
         const auto folder = scratch_.path() / "cyclic";
         std::filesystem::create_directory(folder);
@@ -64,7 +66,7 @@ protected:
 
 TEST_F(CyclicRecording, GoesOnInTheNextFileWithTablesAndTheSamePacket) {
     {
-        Recorder recorder{setup(4s), messages_, fail_on_end_};
+        Recorder recorder{setup(4s), real_time(), messages_, fail_on_end_};
         feed(recorder, stream_, 0, 7 * step_);
     }
     ASSERT_EQ(left(), (std::set<std::string>{"a.ts", "a.ts.idx", "a_2.ts", "a_2.ts.idx"}));
@@ -91,7 +93,7 @@ TEST_F(CyclicRecording, GoesOnInTheNextFileWithTablesAndTheSamePacket) {
 
 TEST_F(CyclicRecording, KeepsTheLatestAndNothingElse) {
     {
-        Recorder recorder{setup(2s), messages_, fail_on_end_};
+        Recorder recorder{setup(2s), real_time(), messages_, fail_on_end_};
         feed_in_steps(recorder, 0, 5 * step_);
         recorder.mark();
         feed_in_steps(recorder, 5 * step_, stream_.size());
@@ -113,7 +115,7 @@ TEST_F(CyclicRecording, KeepsTheLatestAndNothingElse) {
 }
 
 TEST_F(CyclicRecording, TellsAndMarksTheFileThatIsWritten) {
-    Recorder recorder{setup(4s), messages_, fail_on_end_};
+    Recorder recorder{setup(4s), real_time(), messages_, fail_on_end_};
     feed_in_steps(recorder, 0, 6 * step_);
     ASSERT_TRUE(eventually([&] { return recorder.facts().path == file("a_2.ts"); }));
     ASSERT_TRUE(eventually([&] { return recorder.facts().length >= 1s; }));
@@ -131,7 +133,7 @@ TEST_F(CyclicRecording, AStreamWithoutAccessPointsIsCutLater) {
         std::ranges::copy(Bytes{0x47, 0x1F, 0xFF, 0x10}, nulls.begin() + static_cast<std::ptrdiff_t>(at));
     }
     {
-        Recorder recorder{setup(2s), messages_, fail_on_end_};
+        Recorder recorder{setup(2s), real_time(), messages_, fail_on_end_};
         const auto now = SteadyClock::now();
         for (int second = 0; second < 30; ++second) {
             recorder.feed(
@@ -148,7 +150,7 @@ TEST_F(CyclicRecording, AStreamWithoutAccessPointsIsCutLater) {
 
 TEST_F(CyclicRecording, EndsWhereTheNextFileCannotBeCreated) {
     std::atomic<int> ends{0};
-    Recorder recorder{setup(4s), messages_, [&] { ++ends; }};
+    Recorder recorder{setup(4s), real_time(), messages_, [&] { ++ends; }};
     feed_in_steps(recorder, 0, 2 * step_);
     const auto moved = scratch_.path() / "moved";
     std::filesystem::rename(folder_, moved);
@@ -164,7 +166,7 @@ TEST_F(CyclicRecording, ItsLimitCountsWhatIsDeletedToo) {
     RecorderSetup limited = setup(2s);
     limited.limit = 7s;
     std::atomic<int> ends{0};
-    Recorder recorder{limited, messages_, [&] { ++ends; }};
+    Recorder recorder{limited, real_time(), messages_, [&] { ++ends; }};
     feed_in_steps(recorder, 0, stream_.size());
     EXPECT_TRUE(eventually([&] { return ends == 1; }));
     EXPECT_EQ(recorder.facts().path, file("a_4.ts"));

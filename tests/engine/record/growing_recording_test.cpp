@@ -6,6 +6,8 @@
 #include "support/eventually.h"
 #include "table/engine_under_test.h"
 
+#include "support/test_time.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -35,7 +37,8 @@ protected:
         setup.latin1_directory = scratch_.path().string();
         setup.latin1_name = "a.ts";
         setup.writes_index = true;
-        recorder_ = std::make_unique<Recorder>(setup, messages_, [] { ADD_FAILURE() << "ended by itself"; });
+        recorder_ = std::make_unique<Recorder>(setup, real_time(), messages_,
+                                               [] { ADD_FAILURE() << "ended by itself"; });
     }
 
     /// Records up to this share of the stream and waits until the file holds it.
@@ -63,7 +66,7 @@ protected:
     std::filesystem::path file_ = scratch_.path() / "a.ts";
     Bytes stream_ = read_bytes(make_stream(ten_seconds()));
     std::size_t recorded_{0}; ///< bytes
-    MessageBoard messages_;
+    MessageBoard messages_{real_time()};
     std::unique_ptr<Recorder> recorder_;
     EngineLibrary library_;
     EngineUnderTest engine_{library_};
@@ -139,8 +142,8 @@ TEST(GrowingRecordingOnASmallDisk, PlaysWhatThereWasRoomForAndEnds) {
         setup.latin1_directory = scratch.path().string();
         setup.latin1_name = "a.ts";
         std::atomic<bool> ended{false};
-        MessageBoard messages;
-        Recorder recorder{setup, messages, [&] { ended = true; }};
+        MessageBoard messages{real_time()};
+        Recorder recorder{setup, real_time(), messages, [&] { ended = true; }};
         const std::size_t first_part = stream.size() / 4 / 188 * 188;
         feed(recorder, stream, 0, first_part);
         ASSERT_TRUE(eventually([&] { return recorder.facts().bytes == first_part; }));

@@ -8,6 +8,8 @@
 #include "support/eventually.h"
 #include "table/stderr_capture.h"
 
+#include "support/test_time.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -47,7 +49,7 @@ protected:
     /// What the child does.
     [[noreturn]] void record_until_killed() noexcept {
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-        Recorder recorder{setup(), messages_, [] {}};
+        Recorder recorder{setup(), real_time(), messages_, [] {}};
         for (std::size_t at = 0; at < stream_.size(); at += 188 * 20) {
             feed(recorder, stream_, at, std::min(at + 188 * 20, stream_.size()));
             std::this_thread::sleep_for(2ms);
@@ -58,7 +60,7 @@ protected:
     }
 
     ScratchFolder scratch_;
-    MessageBoard messages_;
+    MessageBoard messages_{real_time()};
     std::filesystem::path directory_ = scratch_.path() / "disk";
     bool is_made_ = std::filesystem::create_directory(directory_);
     Bytes stream_ = read_bytes(make_stream(ten_seconds()));
@@ -70,7 +72,7 @@ TEST_F(RecorderFaults, AFullDiskEndsItWithALineAndTheFilePlays) {
         std::atomic<int> ends{0};
         const StderrCapture errors;
         {
-            Recorder recorder{setup(), messages_, [&] { ++ends; }};
+            Recorder recorder{setup(), real_time(), messages_, [&] { ++ends; }};
             feed(recorder, stream_);
             EXPECT_TRUE(eventually([&] { return ends == 1; }));
             EXPECT_FALSE(recorder.is_running());
@@ -86,7 +88,7 @@ TEST_F(RecorderFaults, AFullDiskEndsItWithALineAndTheFilePlays) {
         EXPECT_TRUE(is_beginning_of(recorded, stream_));
         EXPECT_NO_THROW(FileSource{(directory_ / "a.ts").string()});
         std::filesystem::remove(directory_ / "a.ts");
-        Recorder again{setup(), messages_, [] { ADD_FAILURE() << "there is room again"; }};
+        Recorder again{setup(), real_time(), messages_, [] { ADD_FAILURE() << "there is room again"; }};
         feed(again, stream_, 0, 188 * 100);
     });
     if (!may_mount) {
@@ -95,7 +97,9 @@ TEST_F(RecorderFaults, AFullDiskEndsItWithALineAndTheFilePlays) {
 }
 
 TEST_F(RecorderFaults, ADiskWithoutRoomForAFileOrForWritingRefuses) {
-    const auto refuses = [&] { EXPECT_THROW(Recorder(setup(), messages_, [] {}), RecordingError); };
+    const auto refuses = [&] {
+        EXPECT_THROW(Recorder(setup(), real_time(), messages_, [] {}), RecordingError);
+    };
     if (!with_private_disk(directory_, "nr_inodes=1", false, refuses) ||
         !with_private_disk(directory_, "size=1m", true, refuses)) {
         GTEST_SKIP() << "no right to mount";
@@ -110,7 +114,7 @@ TEST_F(RecorderFaults, WhatComesFasterThanTheDiskTakesItIsLeftOutCountedAndTold)
     const StderrCapture errors;
     std::uint64_t lost = 0;
     {
-        Recorder recorder{setup(), messages_, [] { ADD_FAILURE() << "ended by itself"; }};
+        Recorder recorder{setup(), real_time(), messages_, [] { ADD_FAILURE() << "ended by itself"; }};
         for (int i = 0; i < blocks; ++i) {
             recorder.feed(block);
         }
@@ -125,9 +129,9 @@ TEST_F(RecorderFaults, WhatComesFasterThanTheDiskTakesItIsLeftOutCountedAndTold)
 
 TEST_F(RecorderFaults, AMissingDirectoryRefuses) {
     std::filesystem::remove(directory_);
-    EXPECT_THROW(Recorder(setup(), messages_, [] {}), RecordingError);
+    EXPECT_THROW(Recorder(setup(), real_time(), messages_, [] {}), RecordingError);
     scratch_.write("disk", {});
-    EXPECT_THROW(Recorder(setup(), messages_, [] {}), RecordingError);
+    EXPECT_THROW(Recorder(setup(), real_time(), messages_, [] {}), RecordingError);
 }
 
 TEST_F(RecorderFaults, WithoutFileHandlesItRefuses) {
@@ -139,7 +143,7 @@ TEST_F(RecorderFaults, WithoutFileHandlesItRefuses) {
     rlimit none = before;
     none.rlim_cur = 0;
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
-    EXPECT_THROW(Recorder(setup(), messages_, [] {}), RecordingError);
+    EXPECT_THROW(Recorder(setup(), real_time(), messages_, [] {}), RecordingError);
     ::setrlimit(RLIMIT_NOFILE, &before);
 }
 
@@ -148,7 +152,7 @@ TEST_F(RecorderFaults, ADirectoryRemovedMeanwhileEndsItWithALine) {
     std::atomic<int> ended{0};
     const StderrCapture errors;
     {
-        Recorder recorder{setup(), messages_, [&] { ++ended; }};
+        Recorder recorder{setup(), real_time(), messages_, [&] { ++ended; }};
         feed(recorder, stream_, 0, 188 * 1000);
         ASSERT_TRUE(eventually([&] { return recorder.facts().bytes > 0; }));
         std::filesystem::remove_all(directory_);
@@ -158,7 +162,8 @@ TEST_F(RecorderFaults, ADirectoryRemovedMeanwhileEndsItWithALine) {
     EXPECT_EQ(errors.lines().size(), 1U);
     std::filesystem::create_directory(directory_);
     {
-        const Recorder again{setup(), messages_, [] { ADD_FAILURE() << "the directory is back"; }};
+        const Recorder again{setup(), real_time(), messages_,
+                             [] { ADD_FAILURE() << "the directory is back"; }};
     }
     EXPECT_TRUE(std::filesystem::exists(directory_ / "a.ts"));
 }
@@ -166,7 +171,8 @@ TEST_F(RecorderFaults, ADirectoryRemovedMeanwhileEndsItWithALine) {
 TEST_F(RecorderFaults, AnIndexThatCannotBeWrittenIsDoneWithout) {
     std::filesystem::create_directories(directory_ / "a.ts.idx" / "occupied");
     {
-        Recorder recorder{setup(), messages_, [] { ADD_FAILURE() << "the recording itself is well"; }};
+        Recorder recorder{setup(), real_time(), messages_,
+                          [] { ADD_FAILURE() << "the recording itself is well"; }};
         feed(recorder, stream_);
     }
     EXPECT_EQ(read_bytes(directory_ / "a.ts"), stream_);

@@ -8,6 +8,8 @@
 #include "record/stream_feeder.h"
 #include "support/eventually.h"
 
+#include "support/test_time.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -33,7 +35,7 @@ protected:
     std::filesystem::path file(const std::string& name) const { return scratch_.path() / name; }
 
     ScratchFolder scratch_;
-    MessageBoard messages_;
+    MessageBoard messages_{real_time()};
     Bytes stream_ = read_bytes(make_stream(ten_seconds()));
     std::size_t step_ = stream_.size() / 20 / 188 * 188; ///< about half a second
     std::function<void()> fail_on_end_ = [] { ADD_FAILURE() << "ended by itself"; };
@@ -41,7 +43,7 @@ protected:
 
 TEST_F(RecorderTest, WritesWhatArrivedAndTellsIt) {
     {
-        Recorder recorder{setup("a.ts"), messages_, fail_on_end_};
+        Recorder recorder{setup("a.ts"), real_time(), messages_, fail_on_end_};
         EXPECT_TRUE(recorder.is_running());
         EXPECT_EQ(recorder.facts().path, file("a.ts").string());
         feed(recorder, stream_);
@@ -54,7 +56,7 @@ TEST_F(RecorderTest, WritesWhatArrivedAndTellsIt) {
 
 TEST_F(RecorderTest, WritesWhatWaitsBeforeItCloses) {
     {
-        Recorder recorder{setup("a.ts"), messages_, fail_on_end_};
+        Recorder recorder{setup("a.ts"), real_time(), messages_, fail_on_end_};
         feed(recorder, stream_);
     }
     EXPECT_EQ(read_bytes(file("a.ts")), stream_);
@@ -62,7 +64,7 @@ TEST_F(RecorderTest, WritesWhatWaitsBeforeItCloses) {
 
 TEST_F(RecorderTest, LeavesTheIndexOfAScan) {
     {
-        Recorder recorder{setup("a.ts"), messages_, fail_on_end_};
+        Recorder recorder{setup("a.ts"), real_time(), messages_, fail_on_end_};
         feed(recorder, stream_);
     }
     const auto index = load_sidecar(open(file("a.ts")));
@@ -79,14 +81,14 @@ TEST_F(RecorderTest, LeavesNoIndexUnasked) {
     RecorderSetup plain = setup("a.ts");
     plain.writes_index = false;
     scratch_.write("a.ts.idx", Bytes(100, 'x'));
-    { const Recorder recorder{plain, messages_, fail_on_end_}; }
+    { const Recorder recorder{plain, real_time(), messages_, fail_on_end_}; }
     EXPECT_FALSE(std::filesystem::exists(file("a.ts.idx"))) << "of a file that is gone";
 }
 
 TEST_F(RecorderTest, NamesFilesByTheTimeAndNeverTouchesAnother) {
-    const Recorder first{setup(), messages_, fail_on_end_};
-    const Recorder second{setup(), messages_, fail_on_end_};
-    const Recorder third{setup(), messages_, fail_on_end_};
+    const Recorder first{setup(), real_time(), messages_, fail_on_end_};
+    const Recorder second{setup(), real_time(), messages_, fail_on_end_};
+    const Recorder third{setup(), real_time(), messages_, fail_on_end_};
     std::set<std::string> paths;
     for (const Recorder* const recorder : {&first, &second, &third}) {
         const std::filesystem::path path = recorder->facts().path;
@@ -99,8 +101,8 @@ TEST_F(RecorderTest, NamesFilesByTheTimeAndNeverTouchesAnother) {
     }
     EXPECT_EQ(paths.size(), 3U);
     scratch_.write("b.ts", {1, 2, 3});
-    const Recorder named{setup("b.ts"), messages_, fail_on_end_};
-    const Recorder again{setup("b.ts"), messages_, fail_on_end_};
+    const Recorder named{setup("b.ts"), real_time(), messages_, fail_on_end_};
+    const Recorder again{setup("b.ts"), real_time(), messages_, fail_on_end_};
     EXPECT_EQ(named.facts().path, file("b_2.ts").string());
     EXPECT_EQ(again.facts().path, file("b_3.ts").string());
     EXPECT_EQ(read_bytes(file("b.ts")), (Bytes{1, 2, 3}));
@@ -113,7 +115,7 @@ TEST_F(RecorderTest, FindsDirectoriesThatAreNamedInLatin1OrUtf8) {
         latin1.latin1_directory = file("\xE4").string();
         std::string path;
         {
-            Recorder recorder{latin1, messages_, fail_on_end_};
+            Recorder recorder{latin1, real_time(), messages_, fail_on_end_};
             feed(recorder, stream_);
             path = recorder.facts().path;
         }
@@ -125,7 +127,7 @@ TEST_F(RecorderTest, FindsDirectoriesThatAreNamedInLatin1OrUtf8) {
 
 TEST_F(RecorderTest, MarksTheSecondRecordedLast) {
     scratch_.write("a.ts.tags", {'3', '\n'});
-    Recorder recorder{setup("a.ts"), messages_, fail_on_end_};
+    Recorder recorder{setup("a.ts"), real_time(), messages_, fail_on_end_};
     recorder.mark();
     const std::size_t half = stream_.size() / 188 / 2 * 188;
     feed(recorder, stream_, 0, half);
@@ -143,7 +145,7 @@ TEST_F(RecorderTest, MarksTheSecondRecordedLast) {
 }
 
 TEST_F(RecorderTest, KeepsTheTagsThatAPlayerMarksMeanwhile) {
-    Recorder recorder{setup("a.ts"), messages_, fail_on_end_};
+    Recorder recorder{setup("a.ts"), real_time(), messages_, fail_on_end_};
     TagList players{recorder.facts().path};
     players.mark(7);
     players.save();
@@ -165,7 +167,7 @@ TEST_F(RecorderTest, EndsByItselfAtItsLimit) {
     RecorderSetup limited = setup("a.ts");
     limited.limit = 4s;
     std::atomic<int> ends{0};
-    Recorder recorder{limited, messages_, [&] { ++ends; }};
+    Recorder recorder{limited, real_time(), messages_, [&] { ++ends; }};
     for (std::size_t at = 0; at < stream_.size() && recorder.is_running(); at += step_) {
         feed(recorder, stream_, at, std::min(at + step_, stream_.size()));
         ASSERT_TRUE(eventually([&] { return !recorder.is_running() || recorder.facts().bytes > at; }));
@@ -185,7 +187,7 @@ TEST_F(RecorderTest, StreamsWithoutTimeAreAsLongAsTheyTookToArrive) {
     for (std::size_t at = 0; at < nulls.size(); at += 188) {
         std::ranges::copy(Bytes{0x47, 0x1F, 0xFF, 0x10}, nulls.begin() + static_cast<std::ptrdiff_t>(at));
     }
-    Recorder recorder{setup("a.ts"), messages_, fail_on_end_};
+    Recorder recorder{setup("a.ts"), real_time(), messages_, fail_on_end_};
     const auto now = SteadyClock::now();
     for (const auto arrived : {now, now + 3s, now + 7s}) {
         recorder.feed(std::make_shared<const PacketBlock>(PacketBlock{nulls, arrived}));
@@ -198,7 +200,7 @@ TEST_F(RecorderTest, StartedAndStoppedAHundredTimesLosesNothingInBetween) {
         const std::size_t size = std::size_t{188} * (1 + static_cast<std::size_t>(round));
         std::string path;
         {
-            Recorder recorder{setup(), messages_, fail_on_end_};
+            Recorder recorder{setup(), real_time(), messages_, fail_on_end_};
             feed(recorder, stream_, 0, size);
             path = recorder.facts().path;
         }
@@ -209,7 +211,7 @@ TEST_F(RecorderTest, StartedAndStoppedAHundredTimesLosesNothingInBetween) {
 }
 
 TEST_F(RecorderTest, CanBeScannedWhileItGrows) {
-    auto recorder = std::make_unique<Recorder>(setup("a.ts"), messages_, fail_on_end_);
+    auto recorder = std::make_unique<Recorder>(setup("a.ts"), real_time(), messages_, fail_on_end_);
     const std::size_t half = stream_.size() / 188 / 2 * 188;
     feed(*recorder, stream_, 0, half);
     ASSERT_TRUE(eventually([&] { return recorder->facts().bytes == half; }));
@@ -219,7 +221,9 @@ TEST_F(RecorderTest, CanBeScannedWhileItGrows) {
     EXPECT_GE(unfinished->points.size(), 4U);
     auto index = std::make_shared<AccessPointIndex>();
     const auto source = open(file("a.ts"));
-    const IndexScanner scanner{source, std::make_shared<FileGrowth>(source), index, SidecarUse::kept, [] {}};
+    const IndexScanner scanner{source,      std::make_shared<FileGrowth>(source, real_time().now()),
+                               index,       SidecarUse::kept,
+                               real_time(), [] {}};
     EXPECT_TRUE(eventually([&] { return index->extent().growing && index->extent().end > Position{4s}; }));
     for (std::size_t at = half; at < stream_.size(); at += step_) {
         const std::size_t end = std::min(at + step_, stream_.size());

@@ -3,6 +3,7 @@
 
 #include "file/stream_feed.h"
 #include "support/stream_maker.h"
+#include "support/test_time.h"
 
 #include <gtest/gtest.h>
 
@@ -64,6 +65,17 @@ StreamRecipe large_pictures(const Case& which) {
     return recipe;
 }
 
+/// Every picture costs the same, whatever it takes this machine.
+struct CostlyTime : RealTime {
+    explicit CostlyTime(Seconds each) : cost{each} {}
+    Seconds measure(const DecodingWork& /*work*/, const std::function<void()>& decode) override {
+        decode();
+        return cost;
+    }
+
+    const Seconds cost;
+};
+
 class HurryingTrack : public testing::TestWithParam<Case> {
 protected:
     std::vector<Seen> decode(VideoTrack track, Position wanted_from) {
@@ -93,10 +105,10 @@ protected:
 
 TEST_P(HurryingTrack, ShowsWhatAnyOtherShows) {
     const Position target{1500ms};
-    const auto plain = decode(VideoTrack{}, target);
+    const auto plain = decode(VideoTrack{real_time()}, target);
     ASSERT_GT(plain.size(), 80U);
     for (const Hurry hurry : {Hurry::to_wanted, Hurry::always}) {
-        VideoTrack hurrying;
+        VideoTrack hurrying{real_time()};
         hurrying.set_hurry(hurry);
         EXPECT_EQ(decode(std::move(hurrying), target), plain);
     }
@@ -115,14 +127,15 @@ protected:
 
     /// @param cost of each picture, whatever it takes this machine
     std::vector<Seen> decode_live(std::chrono::milliseconds cost) {
-        VideoTrack live{[cost, time = std::chrono::duration<double>{}]() mutable { return time += cost; }};
+        CostlyTime time{cost};
+        VideoTrack live{time};
         live.decode_without_delay();
         return decode(std::move(live), Position::min());
     }
 };
 
 TEST_P(HurryingLiveTrack, ShowsWhatAnyOtherShows) {
-    const auto plain = decode(VideoTrack{}, Position::min());
+    const auto plain = decode(VideoTrack{real_time()}, Position::min());
     ASSERT_EQ(plain.size(), pictures);
     const auto threads_of_one = threads_of_process();
     EXPECT_EQ(decode_live(4ms), plain);
