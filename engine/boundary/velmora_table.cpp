@@ -1,11 +1,14 @@
 // The two exported tables. Each function finds its session and hands the call on; no exception gets out.
 
+#include "boundary/contract_info.h"
+#include "boundary/contract_setups.h"
 #include "boundary/message_text.h"
 #include "boundary/session_registry.h"
 #include "diagnostics/log.h"
 #include "present/volume.h"
 #include "velmoraapi.h"
 
+#include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <exception>
@@ -32,19 +35,24 @@ SessionRegistry& registry() {
     return instance;
 }
 
-/// Runs `body` on the session of a handle.
+/// Runs `body` on what is open under a handle.
 /// @return `otherwise` when there is no such session or the body throws
 template <class Result, class Body>
-Result with_session(velmora_handle_t handle, Result otherwise, Body&& body) noexcept {
+Result with_open(velmora_handle_t handle, Result otherwise, Body&& body) noexcept {
     try {
-        if (const auto session = registry().find(handle)) {
-            return body(*session);
+        if (const auto open = registry().find(handle)) {
+            return body(*open);
         }
         log_incident("table", "handle", "no session of handle " + std::to_string(handle) + ", call ignored");
     } catch (const std::exception& error) {
         log_incident("table", "exception", std::string{"a call failed: "} + error.what());
     }
     return otherwise;
+}
+
+template <class Result, class Body>
+Result with_session(velmora_handle_t handle, Result otherwise, Body&& body) noexcept {
+    return with_open(handle, otherwise, [&](OpenSession& open) { return body(open.session); });
 }
 
 int not_available(const char* name) noexcept {
@@ -76,32 +84,33 @@ int open(velmora_setup_t /*setup*/, velmora_handle_t* handle) noexcept {
 
 void stop(velmora_handle_t handle, int mask) noexcept {
     with_session(handle, failure, [&](Session& session) {
-        session.stop(mask);
+        session.stop(activities_of(mask));
         return 0;
     });
 }
 
 int start(velmora_handle_t handle, int mask) noexcept {
-    return with_session(handle, failure, [&](Session& session) { return session.start(mask); });
+    return with_session(handle, failure,
+                        [&](Session& session) { return session.start(activities_of(mask)) ? 0 : failure; });
 }
 
 int set_playback_param(velmora_handle_t handle, playback_setup_t setup) noexcept {
     return with_session(handle, failure, [&](Session& session) {
-        session.set_playback(setup);
+        session.set_playback(setup_of(setup));
         return 0;
     });
 }
 
 int set_streaming_param(velmora_handle_t handle, streaming_setup_t setup) noexcept {
     return with_session(handle, failure, [&](Session& session) {
-        session.set_streaming(setup);
+        session.set_streaming(setup_of(setup));
         return 0;
     });
 }
 
 int set_record_param(velmora_handle_t handle, record_setup_t setup) noexcept {
     return with_session(handle, failure, [&](Session& session) {
-        session.set_recording(setup);
+        session.set_recording(setup_of(setup));
         return 0;
     });
 }
@@ -115,7 +124,7 @@ int switch_dispatch(velmora_handle_t handle, int on) noexcept {
 
 int set_data_param(velmora_handle_t handle, data_setup_t setup) noexcept {
     return with_session(handle, failure, [&](Session& session) {
-        session.set_data(setup);
+        session.set_data(targets_of(setup, session.messages()));
         return 0;
     });
 }
@@ -124,10 +133,22 @@ int get_action() noexcept {
     return not_available("Velmora_get_action");
 }
 
+/// The contract's callback behind the engine's own.
+Overlay overlay_of(velmora_user_overlay_callback_t callback, void* user) {
+    constexpr unsigned int rgb24 = 0;
+    if (callback == nullptr) {
+        return nullptr;
+    }
+    return [callback, user](const RgbPicture& picture) {
+        callback(user, 0, rgb24, picture.size.width, picture.size.height, picture.pitch, picture.bytes.data(),
+                 nullptr);
+    };
+}
+
 void register_user_overlay(velmora_handle_t handle, velmora_user_overlay_callback_t callback,
                            void* user) noexcept {
     with_session(handle, failure, [&](Session& session) {
-        session.set_overlay(callback, user);
+        session.set_overlay(overlay_of(callback, user));
         return 0;
     });
 }
@@ -153,8 +174,8 @@ void get_info(velmora_handle_t handle, velmora_info_t* info, int reset) noexcept
     if (handle == 0) {
         return; // the statistics are looked at before there is a session, too
     }
-    with_session(handle, failure, [&](Session& session) {
-        session.report(*info, reset != 0);
+    with_open(handle, failure, [&](OpenSession& open) {
+        *info = info_of(open.session.report(reset != 0), open.names);
         return 0;
     });
 }
@@ -174,9 +195,32 @@ void get_plbck_status(velmora_handle_t handle, player_sdx_status* status) noexce
     *status = info.player_info;
 }
 
+void handle_event(Session& session, const playback_event_t& event) {
+    switch (event.event_type) {
+    case SEEK_EVENT:
+        session.seek(Position{std::chrono::seconds{event.sec}});
+        break;
+    case UPDATE_EVENT:
+        if (const auto tempo = tempo_of(event.dir, event.speed)) {
+            session.set_tempo(*tempo);
+        }
+        break;
+    case PLAYBACK_TAG_EVENT:
+        session.mark_playback();
+        break;
+    case RECORD_TAG_EVENT:
+        session.mark_recording();
+        break;
+    default:
+        log_incident("session", "event",
+                     "events of type " + std::to_string(event.event_type) + " are not available, ignored");
+        break;
+    }
+}
+
 void set_event(velmora_handle_t handle, playback_event_t event) noexcept {
     with_session(handle, failure, [&](Session& session) {
-        session.handle_event(event);
+        handle_event(session, event);
         return 0;
     });
 }

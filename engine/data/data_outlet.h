@@ -2,8 +2,6 @@
 #pragma once
 
 #include "data/data_forwarder.h"
-#include "diagnostics/message_board.h"
-#include "velmoraapi.h"
 
 #include <cstdint>
 #include <memory>
@@ -15,14 +13,11 @@ namespace velmora {
 /// One for a session; its targets may change at any time. Thread-safe.
 class DataOutlet {
 public:
-    /// @param messages told of a target that is none; outlives the outlet
-    explicit DataOutlet(MessageBoard& messages) : messages_{messages} {}
-
-    void set(const data_setup_t& setup);
+    /// Without a target what comes is dropped.
+    void set(const DataTargets& targets);
     void put(std::span<const std::uint8_t> unit);
 
 private:
-    MessageBoard& messages_;
     std::mutex mutex_;
     std::shared_ptr<DataForwarder> forwarder_; ///< protected by mutex_
 };

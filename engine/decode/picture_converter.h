@@ -2,8 +2,8 @@
 #pragma once
 
 #include "decode/picture_scaler.h"
-#include "decode/picture_size.h"
 #include "media/av_handles.h"
+#include "media/picture_size.h"
 
 #include <cstdint>
 #include <span>

@@ -1,8 +1,8 @@
 // Brings pictures to another size, and to planar 4:2:0 of 8 bits.
 #pragma once
 
-#include "decode/picture_size.h"
 #include "media/av_handles.h"
+#include "media/picture_size.h"
 
 namespace velmora {
 

@@ -1,8 +1,8 @@
 // Keeps what a scaler made of a picture.
 #pragma once
 
-#include "decode/picture_size.h"
 #include "media/av_handles.h"
+#include "media/picture_size.h"
 
 namespace velmora {
 

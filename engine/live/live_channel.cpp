@@ -13,75 +13,36 @@ namespace velmora {
 
 namespace {
 
-constexpr std::chrono::milliseconds longest_sync_delay{10'000};
-constexpr std::uint64_t bytes_per_kib = 1024;
-
-std::string text_of(const char* text) {
-    return text == nullptr ? std::string{} : std::string{text};
-}
-
-/// @return 0 for what is no port
-std::uint16_t port_of(std::int32_t port) {
-    const bool is_port = port > 0 && port <= std::numeric_limits<std::uint16_t>::max();
-    return is_port ? static_cast<std::uint16_t>(port) : std::uint16_t{0};
-}
-
 /// What a user knows the source by.
 std::string source_name(const ReceiverSetup& setup) {
-    const std::string port = std::to_string(setup.port);
-    switch (setup.protocol) {
-    case Protocol_RTSPUDP:
-    case Protocol_RTSPTCP:
+    if (is_rtsp(setup.transport)) {
         return rtsp_address(setup).shown_url;
-    case Protocol_Split:
-        return "UDP ports " + port + " to " + std::to_string(setup.port + ports_of_a_split_stream - 1);
-    default:
-        return setup.group == 0 ? "UDP port " + port : "UDP " + address_text(setup.group) + ':' + port;
     }
-}
-
-template <class Number>
-std::int32_t clamped(Number number) {
-    constexpr auto most = static_cast<Number>(std::numeric_limits<std::int32_t>::max());
-    return static_cast<std::int32_t>(std::min(number, most));
+    const std::string port = std::to_string(setup.port);
+    if (setup.transport == Transport::split) {
+        return "UDP ports " + port + " to " + std::to_string(setup.port + ports_of_a_split_stream - 1);
+    }
+    return setup.group == 0 ? "UDP port " + port : "UDP " + address_text(setup.group) + ':' + port;
 }
 
 } // namespace
 
-void LiveChannel::set_streaming(const streaming_setup_t& setup) {
-    Streaming streaming;
-    streaming.receiver.protocol = setup.protocol;
-    streaming.receiver.group = setup.multicast_addr;
-    streaming.receiver.port = port_of(setup.port);
-    streaming.receiver.rtsp_url = text_of(setup.rtsp_url);
-    streaming.receiver.rtsp_session = text_of(setup.rtsp_sdp);
-    streaming.receiver.rtsp_port = port_of(setup.rtsp_port);
-    if (setup.dst_ip != 0 && port_of(setup.dst_port) != 0) {
-        streaming.retransmission = Streaming::Address{setup.dst_ip, port_of(setup.dst_port)};
-    }
-    streaming.sync_delay = std::clamp(std::chrono::milliseconds{setup.sync_delay_ms},
-                                      std::chrono::milliseconds{0}, longest_sync_delay);
+void LiveChannel::set_streaming(StreamingSetup setup) {
     const std::lock_guard lock{mutex_};
-    streaming_ = std::move(streaming);
+    streaming_ = std::move(setup);
 }
 
-void LiveChannel::set_recording(const record_setup_t& setup) {
-    RecorderSetup recording;
-    recording.latin1_directory = {setup.directory_path,
-                                  ::strnlen(setup.directory_path, sizeof setup.directory_path)};
-    if (setup.file_name != nullptr && *setup.file_name != '\0') {
-        recording.latin1_name = setup.file_name;
-    }
-    recording.limit = std::chrono::seconds{std::max(setup.time_seconds, 0)};
-    recording.cycle = std::chrono::seconds{setup.is_cyclic != 0 ? std::max(setup.cyclic_time_sec, 0) : 0};
-    recording.writes_index = setup.is_trick_mode != 0;
+void LiveChannel::set_recording(RecorderSetup setup) {
     const std::lock_guard lock{mutex_};
-    recording_ = std::move(recording);
+    recorder_setup_ = std::move(setup);
 }
 
 /// @return nothing, and a message, when nothing can be received
-std::shared_ptr<Reception> LiveChannel::open_reception(const Streaming& streaming) {
+std::shared_ptr<Reception> LiveChannel::open_reception(const StreamingSetup& streaming) {
     try {
+        if (!streaming.problem.empty()) {
+            throw ReceptionError{streaming.problem};
+        }
         auto reception = std::make_shared<Reception>(streaming.receiver, time_);
         if (const auto& target = streaming.retransmission) {
             auto retransmitter = std::make_shared<Retransmitter>(target->ip, target->port);
@@ -99,7 +60,7 @@ std::shared_ptr<Reception> LiveChannel::open_reception(const Streaming& streamin
 }
 
 /// @return a copy, or nothing and a line for the developer
-std::optional<LiveChannel::Streaming> LiveChannel::streaming() const {
+std::optional<StreamingSetup> LiveChannel::streaming() const {
     const std::lock_guard lock{mutex_};
     if (!streaming_) {
         log_incident("live", "start", "there is no source to receive from, nothing started");
@@ -174,7 +135,7 @@ bool LiveChannel::start_recording() {
     std::shared_ptr<Reception> reception;
     {
         const std::lock_guard lock{mutex_};
-        setup = recording_;
+        setup = recorder_setup_;
         reception = reception_;
         if (recorder_ && recorder_->is_running()) {
             return true;
@@ -266,22 +227,12 @@ void LiveChannel::mark_recording() {
     }
 }
 
-void LiveChannel::report(velmora_info_t& info) {
+std::optional<RecordingFacts> LiveChannel::recording() const {
     const std::lock_guard lock{mutex_};
-    info.action_bit |= view_ ? 1 << STREAMING_BIT : 0;
-    if (!recorder_ || !recorder_->is_running()) {
-        return;
-    }
-    info.action_bit |= 1 << RECORD_BIT;
-    const RecordingFacts facts = recorder_->facts();
-    // The contract's pointer is not const; nobody writes through it.
-    info.record_info.file_name = const_cast<char*>( // NOLINT(cppcoreguidelines-pro-type-const-cast)
-        file_names_.insert(facts.path).first->c_str());
-    info.record_info.kb_size = clamped(facts.bytes / bytes_per_kib);
-    info.record_info.sec_size = clamped(facts.length.count());
+    return recorder_ && recorder_->is_running() ? std::optional{recorder_->facts()} : std::nullopt;
 }
 
-void LiveChannel::report_stream(velmora_info_t& info, bool reset) {
+std::optional<LiveReport> LiveChannel::report(bool reset) {
     std::shared_ptr<LiveView> view;
     std::shared_ptr<Reception> reception;
     {
@@ -289,13 +240,13 @@ void LiveChannel::report_stream(velmora_info_t& info, bool reset) {
         view = view_;
         reception = reception_;
     }
-    if (view && reception) {
-        if (reset) {
-            view->reset_counters();
-        }
-        view->report(info);
-        reception->report(info);
+    if (!view || !reception) {
+        return std::nullopt;
     }
+    if (reset) {
+        view->reset_counters();
+    }
+    return LiveReport{view->report(), reception->report()};
 }
 
 } // namespace velmora

@@ -7,16 +7,33 @@
 #include "receive/retransmitter.h"
 #include "record/ending_recordings.h"
 #include "record/recorder.h"
-#include "velmoraapi.h"
 
 #include <chrono>
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <set>
 #include <string>
 
 namespace velmora {
+
+/// What is viewed, and how.
+struct StreamingSetup {
+    struct Address {
+        std::uint32_t ip{0}; ///< IPv4 in host byte order
+        std::uint16_t port{0};
+    };
+
+    ReceiverSetup receiver;
+    std::string problem; ///< why it cannot be received, the end of a sentence; else empty
+    std::chrono::milliseconds sync_delay{0};
+    std::optional<Address> retransmission;
+};
+
+/// What a poll reads of the stream that is viewed.
+struct LiveReport {
+    StreamReport stream;
+    ReceptionReport reception;
+};
 
 /// Receives while it is viewed or recorded. Any thread; the operations take 100 ms at most, those that only
 /// read never wait.
@@ -26,8 +43,8 @@ public:
     LiveChannel(TimeSource& time, MessageBoard& messages, LiveView::Hooks hooks)
         : time_{time}, messages_{messages}, hooks_{std::move(hooks)} {}
 
-    void set_streaming(const streaming_setup_t& setup);
-    void set_recording(const record_setup_t& setup);
+    void set_streaming(StreamingSetup setup);
+    void set_recording(RecorderSetup setup);
 
     /// Begins to receive and to view by the latest setup, instead of what was viewed; a recording without a
     /// view goes on with the new source.
@@ -45,25 +62,15 @@ public:
     /// Marks the second that is being recorded.
     void mark_recording();
 
-    /// Fills action bits and record_info.
-    void report(velmora_info_t& info);
-    /// Fills what belongs to the stream that is viewed, if one is.
-    void report_stream(velmora_info_t& info, bool reset);
+    /// The recording that goes on, if one does.
+    std::optional<RecordingFacts> recording() const;
+    /// @param reset counts from zero
+    /// @return nothing when nothing is viewed
+    std::optional<LiveReport> report(bool reset);
 
 private:
-    struct Streaming {
-        struct Address {
-            std::uint32_t ip{0}; ///< IPv4 in host byte order
-            std::uint16_t port{0};
-        };
-
-        ReceiverSetup receiver;
-        std::chrono::milliseconds sync_delay{0};
-        std::optional<Address> retransmission;
-    };
-
-    std::optional<Streaming> streaming() const;
-    std::shared_ptr<Reception> open_reception(const Streaming& streaming);
+    std::optional<StreamingSetup> streaming() const;
+    std::shared_ptr<Reception> open_reception(const StreamingSetup& streaming);
     std::shared_ptr<Recorder> take_recorder();
     void end_reception_without_use();
     void attach_recorder(const std::shared_ptr<Recorder>& recorder);
@@ -76,12 +83,11 @@ private:
 
     mutable std::mutex mutex_; ///< held for moments only
     // Protected by mutex_:
-    std::optional<Streaming> streaming_; ///< of the next start
-    std::optional<RecorderSetup> recording_;
+    std::optional<StreamingSetup> streaming_; ///< of the next start
+    std::optional<RecorderSetup> recorder_setup_;
     std::shared_ptr<Reception> reception_;
     std::shared_ptr<LiveView> view_;
     std::shared_ptr<Recorder> recorder_;
-    std::set<std::string> file_names_; ///< of all recordings: a poll's pointer is valid until the end
 };
 
 } // namespace velmora

@@ -468,7 +468,7 @@ void LiveView::picture_shown(const Picture& picture) {
     }
 }
 
-void LiveView::report(velmora_info_t& info) {
+StreamReport LiveView::report() {
     const std::lock_guard lock{mutex_};
     const SteadyTime now = time_.now();
     facts_.data_bitrate = data_meter_.kilobits_per_second(now);
@@ -479,7 +479,7 @@ void LiveView::report(velmora_info_t& info) {
     if (now - sound_seen_ > figures_hold) {
         facts.audio_bitrate = 0;
     }
-    report_stream(info, facts, counters_, baseline_);
+    return {facts, counters_ - baseline_};
 }
 
 void LiveView::reset_counters() {

@@ -14,7 +14,6 @@
 #include "tracks/stream_facts.h"
 #include "tracks/unit_sorter.h"
 #include "tracks/video_track.h"
-#include "velmoraapi.h"
 
 #include <chrono>
 #include <cstddef>
@@ -52,8 +51,8 @@ public:
     /// Decodes, or only keeps up.
     void set_shown(bool shown);
 
-    /// Fills what a poll reads of the stream.
-    void report(velmora_info_t& info);
+    /// What a poll reads of the stream.
+    StreamReport report();
     void reset_counters();
 
     const std::shared_ptr<PictureSource>& pictures() const { return pictures_; }

@@ -5,10 +5,10 @@
 namespace velmora {
 
 Reception::Reception(const ReceiverSetup& setup, TimeSource& time)
-    : time_{time}, protocol_{setup.protocol}, receiver_{
-                                                  receive(setup, time, [this](const SharedBlock& block) {
-                                                      take(block);
-                                                  })} {}
+    : time_{time}, transport_{setup.transport}, receiver_{
+                                                    receive(setup, time, [this](const SharedBlock& block) {
+                                                        take(block);
+                                                    })} {}
 
 void Reception::subscribe(Subscriber subscriber, BlockSink sink, From from) {
     const std::lock_guard lock{mutex_};
@@ -46,11 +46,10 @@ void Reception::begin(Subscription& subscription) {
     }
 }
 
-void Reception::report(velmora_info_t& info) {
-    info.get_strm_info.protocol = protocol_;
-    info.get_strm_info.src_ip_addr = receiver_->facts().sender;
+ReceptionReport Reception::report() {
+    const std::uint32_t sender = receiver_->facts().sender;
     const std::lock_guard lock{mutex_};
-    info.get_strm_info.imp_bitrate = meter_.kilobits_per_second(time_.now());
+    return {.transport = transport_, .sender = sender, .bitrate = meter_.kilobits_per_second(time_.now())};
 }
 
 } // namespace velmora

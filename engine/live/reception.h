@@ -6,7 +6,6 @@
 #include "pacing/time_source.h"
 #include "receive/receiver.h"
 #include "tracks/arrival_meter.h"
-#include "velmoraapi.h"
 
 #include <cstdint>
 #include <map>
@@ -15,6 +14,12 @@
 #include <string>
 
 namespace velmora {
+
+struct ReceptionReport {
+    Transport transport{Transport::udp};
+    std::uint32_t sender{0}; ///< IPv4 in host byte order; 0 = none yet
+    std::int32_t bitrate{0}; ///< kbit/s over the last second
+};
 
 /// Hands what is received to its subscribers, on the receiver's thread. All operations may be called from any
 /// other thread.
@@ -34,8 +39,8 @@ public:
     /// After return the subscriber's sink is not called any more.
     void unsubscribe(Subscriber subscriber);
 
-    /// Fills what a poll reads of reception.
-    void report(velmora_info_t& info);
+    /// What a poll reads of reception.
+    ReceptionReport report();
     /// Why nothing comes at the moment; empty where nothing is known. Any thread, never waits.
     std::string trouble() const { return receiver_->trouble(); }
 
@@ -49,7 +54,7 @@ private:
     void begin(Subscription& subscription);
 
     TimeSource& time_;
-    std::int32_t protocol_;
+    const Transport transport_;
     std::mutex mutex_;
     // Protected by mutex_:
     StreamBacklog backlog_;

@@ -1,8 +1,8 @@
 // A decoded picture on its way to the screen.
 #pragma once
 
-#include "decode/picture_size.h"
 #include "media/av_handles.h"
+#include "media/picture_size.h"
 #include "media/timeline.h"
 
 #include <cstdint>

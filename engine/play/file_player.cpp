@@ -23,9 +23,8 @@ constexpr auto longest_wait_for_a_writer = std::chrono::seconds{5};
 
 FilePlayer::FilePlayer(Setup setup, Hooks hooks, TimeSource& time, MessageBoard& messages)
     : setup_{std::move(setup)}, hooks_{std::move(hooks)}, time_{time}, messages_{messages},
-      board_{setup_.latin1_path}, pictures_{std::make_shared<PictureSource>()},
-      sounds_{std::make_shared<SoundQueue>(sound_queue_depth)}, index_{std::make_shared<AccessPointIndex>()},
-      slow_decoding_{messages, "file"}, tempo_{setup_.tempo} {
+      pictures_{std::make_shared<PictureSource>()}, sounds_{std::make_shared<SoundQueue>(sound_queue_depth)},
+      index_{std::make_shared<AccessPointIndex>()}, slow_decoding_{messages, "file"}, tempo_{setup_.tempo} {
     pictures_->recent = std::make_unique<RecentPictures>();
     pictures_->patience = patience;
     pictures_->on_shown = [this](const Picture& picture) { picture_shown(picture); };
@@ -124,7 +123,7 @@ void FilePlayer::set_tempo(Tempo tempo) {
             pictures_->clock.set_rate(0.0, time_.now());
         }
         tempo_ = tempo;
-        board_.update([&](PlaybackFacts& facts, StreamCounters&) { facts.tempo = tempo; });
+        status_.update([&](PlaybackFacts& facts, StreamCounters&) { facts.tempo = tempo; });
     }
     hooks_.clock_changed();
     wake();
@@ -158,13 +157,16 @@ PlayProgress FilePlayer::progress() const {
     return {is_plain, rest_ == Rest::at_end, pictures_->generation.load(), last_shown_.value_or(Position{})};
 }
 
-void FilePlayer::report(velmora_info_t& info) const {
-    const Position position = pictures_->clock.snapshot().position(time_.now());
+PlaybackReport FilePlayer::report() const {
+    const SteadyTime now = time_.now();
     const IndexExtent extent = index_->extent();
-    board_.report(info, position, extent.likely_end().time_since_epoch());
-    info.player_info.is_recording = extent.growing ? 1 : 0;
+    PlaybackReport report =
+        status_.report(pictures_->clock.snapshot().position(now), extent.likely_end().time_since_epoch());
+    report.is_growing = extent.growing;
+    report.latin1_path = setup_.latin1_path;
     const std::lock_guard lock{mutex_};
-    info.get_strm_info.d_bitrate = data_meter_.kilobits_per_second(time_.now());
+    report.stream.facts.data_bitrate = data_meter_.kilobits_per_second(now);
+    return report;
 }
 
 void FilePlayer::wake() {
@@ -178,7 +180,7 @@ void FilePlayer::set_readiness(Readiness readiness) {
             return;
         }
         readiness_ = readiness;
-        board_.update([&](PlaybackFacts& facts, StreamCounters&) {
+        status_.update([&](PlaybackFacts& facts, StreamCounters&) {
             facts.running = readiness == Readiness::ready;
             facts.tempo = tempo_;
         });
@@ -257,7 +259,7 @@ bool FilePlayer::take_commands() {
 }
 
 void FilePlayer::count_decoded(std::uint64_t pictures) {
-    board_.update([&](PlaybackFacts&, StreamCounters& counters) { counters.decoded_pictures += pictures; });
+    status_.update([&](PlaybackFacts&, StreamCounters& counters) { counters.decoded_pictures += pictures; });
 }
 
 void FilePlayer::count_errors(std::uint64_t errors) {
@@ -284,7 +286,7 @@ void FilePlayer::update_facts() {
     note_scrambling(units.is_scrambled());
     const VideoTrack& video = forward_->video();
     const auto& selection = units.selection();
-    board_.update([&](PlaybackFacts& facts, StreamCounters& counters) {
+    status_.update([&](PlaybackFacts& facts, StreamCounters& counters) {
         facts.stream.frame_rate = forward_->sound_only() ? 0 : units.meter().units_per_second();
         facts.stream.bitrate = units.meter().kilobits_per_second();
         facts.stream.video_codec = video.codec();

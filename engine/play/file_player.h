@@ -14,7 +14,7 @@
 #include "play/forward_run.h"
 #include "play/play_progress.h"
 #include "play/play_run.h"
-#include "play/playback_board.h"
+#include "play/playback_status.h"
 #include "play/tempo.h"
 #include "present/picture_source.h"
 #include "tracks/arrival_meter.h"
@@ -82,9 +82,9 @@ public:
     const std::shared_ptr<const FileSource>& source() const { return source_; }
     const std::shared_ptr<AccessPointIndex>& index() const { return index_; }
 
-    /// Fills the parts of `info` that belong to file playback; never waits for the player.
-    void report(velmora_info_t& info) const;
-    void reset_counters() { board_.reset_counters(); }
+    /// Never waits for the player.
+    PlaybackReport report() const;
+    void reset_counters() { status_.reset_counters(); }
 
     const std::shared_ptr<PictureSource>& pictures() const { return pictures_; }
     const std::shared_ptr<SoundQueue>& sounds() const { return sounds_; }
@@ -145,7 +145,7 @@ private:
     MessageBoard& messages_;
     const std::unique_ptr<WakeSignal> changed_{time_.make_signal()}; ///< for the player thread
     const std::unique_ptr<WakeSignal> decided_{time_.make_signal()}; ///< for wait_ready
-    PlaybackBoard board_;
+    PlaybackStatus status_;
     std::shared_ptr<PictureSource> pictures_;
     std::shared_ptr<SoundQueue> sounds_;
     std::shared_ptr<AccessPointIndex> index_;

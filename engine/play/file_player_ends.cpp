@@ -90,7 +90,7 @@ void FilePlayer::rest(Rest rest, Position at) {
         rest_ = rest;
         pictures_->clock.anchor(at, 0.0, time_.now());
     }
-    board_.update([&](PlaybackFacts& facts, StreamCounters&) {
+    status_.update([&](PlaybackFacts& facts, StreamCounters&) {
         facts.at_end = rest == Rest::at_end;
         facts.at_start = rest == Rest::at_start;
     });

@@ -66,7 +66,7 @@ void FilePlayer::hold_at(Position position) {
         rest_ = Rest::none;
         last_delivered_.reset();
     }
-    board_.update([](PlaybackFacts& facts, StreamCounters&) {
+    status_.update([](PlaybackFacts& facts, StreamCounters&) {
         facts.at_end = false;
         facts.at_start = false;
     });
@@ -178,7 +178,7 @@ void FilePlayer::begin_other(Position from, const Tempo& tempo) {
                                    forward_->video().shares(), forward_->video().effort(least_measured)};
         auto reverse =
             std::make_unique<ReverseRun>(source_, *points_, make_outlet(), stream, from, [this] { wake(); });
-        if (tempo.speed == PLAYER_SPD_NORMAL) {
+        if (tempo.speed == Speed::normal) {
             reverse->begin_with(pictures_->recent->take());
         }
         other_ = std::move(reverse);

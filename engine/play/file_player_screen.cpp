@@ -36,7 +36,7 @@ void FilePlayer::picture_shown(const Picture& picture) {
             shown_size_ = square_pixel_size(*picture.frame);
         }
     }
-    board_.update([&](PlaybackFacts& facts, StreamCounters& counters) {
+    status_.update([&](PlaybackFacts& facts, StreamCounters& counters) {
         facts.stream.picture = picture.whole_size.value_or(square_pixel_size(*picture.frame));
         counters.shown_pictures += picture.is_preview ? 0 : 1;
     });

@@ -1,18 +1,20 @@
 // Which way and how fast a file plays.
 #pragma once
 
-#include "velmoraapi.h"
-
 namespace velmora {
 
+enum class Direction { forward, reverse };
+/// How many times as fast as the stream's own pace, up to 5; fast shows key pictures only.
+enum class Speed { pause = 0, normal = 1, times_2 = 2, times_3 = 3, times_4 = 4, times_5 = 5, fast = 6 };
+
 struct Tempo {
-    int direction{PLAYER_DIR_FORWARD}; ///< PLAYER_DIR_*
-    int speed{PLAYER_SPD_NORMAL};      ///< PLAYER_SPD_*
+    Direction direction{Direction::forward};
+    Speed speed{Speed::normal};
 
     bool operator==(const Tempo&) const = default;
-    bool is_paused() const { return speed == PLAYER_SPD_PAUSE; }
-    bool is_reverse() const { return direction == PLAYER_DIR_PREVWARD; }
-    bool is_fast() const { return speed == PLAYER_SPD_FAST; }
+    bool is_paused() const { return speed == Speed::pause; }
+    bool is_reverse() const { return direction == Direction::reverse; }
+    bool is_fast() const { return speed == Speed::fast; }
 
     /// Positions per unit of time, negative in reverse.
     double rate() const {
@@ -21,13 +23,5 @@ struct Tempo {
         return is_reverse() ? -magnitude : magnitude;
     }
 };
-
-constexpr bool is_speed(int speed) {
-    return speed >= PLAYER_SPD_PAUSE && speed <= PLAYER_SPD_FAST;
-}
-
-constexpr bool is_direction(int direction) {
-    return direction == PLAYER_DIR_FORWARD || direction == PLAYER_DIR_PREVWARD;
-}
 
 } // namespace velmora

@@ -11,7 +11,6 @@ namespace velmora {
 namespace {
 
 constexpr std::size_t lookahead = 2; // the next picture, and one more to know whether the next is late
-constexpr unsigned int pixel_format_rgb24 = 0;
 
 } // namespace
 
@@ -20,10 +19,10 @@ Presenter::Presenter(TimeSource& time)
                                                          [this](const std::stop_token& stop) { run(stop); }} {
 }
 
-void Presenter::set_overlay(velmora_user_overlay_callback_t callback, void* user) {
+void Presenter::set_overlay(Overlay overlay) {
+    auto shared = overlay ? std::make_shared<const Overlay>(std::move(overlay)) : nullptr;
     const std::lock_guard lock{mutex_};
-    callback_ = callback;
-    user_ = user;
+    overlay_.swap(shared);
 }
 
 void Presenter::set_display_size(PictureSize size) {
@@ -198,8 +197,7 @@ void Presenter::remember(const PictureSource& source, const Picture& picture, co
 void Presenter::deliver(Lock& lock, Picture picture, bool is_new) {
     const auto source = source_;
     const auto display = display_;
-    const auto callback = callback_;
-    void* const user = user_;
+    const auto overlay = overlay_;
     delivering_ = source;
     lock.unlock();
     try {
@@ -211,9 +209,8 @@ void Presenter::deliver(Lock& lock, Picture picture, bool is_new) {
         if (is_new && source->on_shown) {
             source->on_shown(picture);
         }
-        if (callback != nullptr && !rgb.bytes.empty() && is_attached(*source)) {
-            callback(user, 0, pixel_format_rgb24, rgb.size.width, rgb.size.height, rgb.pitch,
-                     rgb.bytes.data(), nullptr);
+        if (overlay && !rgb.bytes.empty() && is_attached(*source)) {
+            (*overlay)(rgb);
         }
         if (is_new && source->on_delivered) {
             source->on_delivered(picture);

@@ -5,14 +5,17 @@
 #include "pacing/time_source.h"
 #include "present/catch_up.h"
 #include "present/picture_source.h"
-#include "velmoraapi.h"
 
 #include <condition_variable>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
 
 namespace velmora {
+
+/// Takes each picture that is shown; its bytes are valid during the call only.
+using Overlay = std::function<void(const RgbPicture&)>;
 
 /// Owns the only thread that calls the overlay callback, from construction to destruction.
 /// All operations may be called from any thread; none waits for media work, detach, settle and the destructor
@@ -25,7 +28,8 @@ public:
     Presenter(const Presenter&) = delete;
     Presenter& operator=(const Presenter&) = delete;
 
-    void set_overlay(velmora_user_overlay_callback_t callback, void* user);
+    /// @param overlay called on the presenter's thread; null for nobody
+    void set_overlay(Overlay overlay);
     /// Pictures are delivered at the size that fits; the one shown is delivered again.
     void set_display_size(PictureSize size);
     /// Shows the pictures of `source` from now on, or of none, instead of what was shown: at once the one
@@ -59,8 +63,7 @@ private:
     std::condition_variable delivered_;
     // Protected by mutex_:
     std::shared_ptr<PictureSource> source_;
-    velmora_user_overlay_callback_t callback_{nullptr};
-    void* user_{nullptr};
+    std::shared_ptr<const Overlay> overlay_;
     std::optional<PictureSize> display_;
     bool redraw_{false};
     std::shared_ptr<const PictureSource> delivering_; ///< whose picture is handed over at the moment

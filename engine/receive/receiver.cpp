@@ -3,21 +3,15 @@
 #include "receive/rtsp_receiver.h"
 #include "receive/udp_receiver.h"
 
+#include <utility>
+
 namespace velmora {
 
 std::unique_ptr<Receiver> receive(const ReceiverSetup& setup, TimeSource& time, BlockSink sink) {
-    switch (setup.protocol) {
-    case Protocol_PRIVATE:
-    case Protocol_UDPTS:
-    case Protocol_RTPUDP:
-    case Protocol_Split:
-        return std::make_unique<UdpReceiver>(setup, time, std::move(sink));
-    case Protocol_RTSPUDP:
-    case Protocol_RTSPTCP:
+    if (is_rtsp(setup.transport)) {
         return std::make_unique<RtspReceiver>(setup, time, std::move(sink));
-    default:
-        throw ReceptionError("protocol " + std::to_string(setup.protocol) + " is none that can be received");
     }
+    return std::make_unique<UdpReceiver>(setup, time, std::move(sink));
 }
 
 } // namespace velmora

@@ -3,7 +3,6 @@
 
 #include "media/packet_block.h"
 #include "pacing/time_source.h"
-#include "velmoraapi.h"
 
 #include <cstdint>
 #include <memory>
@@ -21,12 +20,26 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// How a stream travels.
+enum class Transport {
+    udp,         ///< transport packets in datagrams
+    rtp,         ///< RFC 2250
+    udp_or_rtp,  ///< whichever comes
+    split,       ///< over several ports
+    rtsp_by_udp, ///< RFC 2326
+    rtsp_by_tcp
+};
+
+constexpr bool is_rtsp(Transport transport) {
+    return transport == Transport::rtsp_by_udp || transport == Transport::rtsp_by_tcp;
+}
+
 struct ReceiverSetup {
-    std::int32_t protocol{Protocol_UDPTS}; ///< PROTOCOL
-    std::uint32_t group{0};                ///< IPv4 in host byte order; 0 = unicast
-    std::uint16_t port{0};                 ///< of UDP and RTP
-    std::string rtsp_url{};                ///< a URL, or the server's address
-    std::string rtsp_session{};            ///< path of the session where rtsp_url is no URL
+    Transport transport{Transport::udp};
+    std::uint32_t group{0};     ///< IPv4 in host byte order; 0 = unicast
+    std::uint16_t port{0};      ///< of UDP and RTP
+    std::string rtsp_url{};     ///< a URL, or the server's address
+    std::string rtsp_session{}; ///< path of the session where rtsp_url is no URL
     std::uint16_t rtsp_port{0};
 };
 

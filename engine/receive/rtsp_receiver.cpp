@@ -27,7 +27,7 @@ RtspTransport other(RtspTransport transport) {
 } // namespace
 
 RtspReceiver::RtspReceiver(const ReceiverSetup& setup, TimeSource& time, BlockSink sink)
-    : time_{time}, address_{rtsp_address(setup)}, chosen_{setup.protocol == Protocol_RTSPTCP
+    : time_{time}, address_{rtsp_address(setup)}, chosen_{setup.transport == Transport::rtsp_by_tcp
                                                               ? RtspTransport::tcp
                                                               : RtspTransport::udp},
       sink_{std::move(sink)}, thread_{time, [this](const std::stop_token& stop) { run(stop); }} {}

@@ -17,12 +17,12 @@ using namespace std::chrono_literals;
 
 constexpr auto membership_interval = 1s;
 
-DatagramUnpacker::Framing framing_of(std::int32_t protocol) {
+DatagramUnpacker::Framing framing_of(Transport transport) {
     using enum DatagramUnpacker::Framing;
-    switch (protocol) {
-    case Protocol_RTPUDP:
+    switch (transport) {
+    case Transport::rtp:
         return rtp;
-    case Protocol_PRIVATE:
+    case Transport::udp_or_rtp:
         return either;
     default:
         return transport_packets;
@@ -36,8 +36,8 @@ std::string text_of(Sender sender) {
 } // namespace
 
 UdpReceiver::UdpReceiver(const ReceiverSetup& setup, TimeSource& time, BlockSink sink)
-    : time_{time}, sink_{std::move(sink)}, unpacker_{framing_of(setup.protocol)} {
-    const bool is_split = setup.protocol == Protocol_Split;
+    : time_{time}, sink_{std::move(sink)}, unpacker_{framing_of(setup.transport)} {
+    const bool is_split = setup.transport == Transport::split;
     if (is_split) {
         order_.emplace();
     }

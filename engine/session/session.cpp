@@ -3,80 +3,47 @@
 #include "diagnostics/log.h"
 #include "file/latin1.h"
 
-#include <cstring>
 #include <exception>
 #include <string>
 #include <utility>
 
 namespace velmora {
 
-namespace {
-
-constexpr int playback_mask = 1 << PLAYBACK_BIT;
-constexpr int stream_out_mask = 1 << PLAYBACK_STREAMING_BIT;
-constexpr int streaming_mask = 1 << STREAMING_BIT;
-constexpr int record_mask = 1 << RECORD_BIT;
-constexpr int every_mask = playback_mask | stream_out_mask | streaming_mask | record_mask;
-
-constexpr int highest_port = 65'535;
-
-std::string text_of(const char* field, std::size_t size) {
-    return {field, ::strnlen(field, size)};
-}
-
-/// @return nothing, and a line for the developer, when there is no such direction or speed
-std::optional<Tempo> tempo_of(int direction, int speed) {
-    if (!is_direction(direction) || !is_speed(speed)) {
-        log_incident("session", "tempo",
-                     "there is no speed " + std::to_string(speed) + " in direction " +
-                         std::to_string(direction) + ", ignored");
-        return std::nullopt;
-    }
-    return Tempo{direction, speed};
-}
-
-} // namespace
-
 Session::~Session() {
     close();
 }
 
-void Session::set_overlay(velmora_user_overlay_callback_t callback, void* user) {
-    presenter_.set_overlay(callback, user);
+void Session::set_overlay(Overlay overlay) {
+    presenter_.set_overlay(std::move(overlay));
 }
 
 void Session::set_display_size(PictureSize size) {
     presenter_.set_display_size(size);
 }
 
-void Session::set_playback(const playback_setup_t& setup) {
+void Session::set_playback(PlaybackSetup setup) {
     const std::lock_guard lock{mutex_};
-    playback_setup_ = setup;
+    playback_setup_ = std::move(setup);
 }
 
-int Session::start(int mask) {
+bool Session::start(Activities activities) {
     if (refuse_in_callback("start")) {
-        return -1;
-    }
-    if ((mask & ~every_mask) != 0 || mask == 0) {
-        log_incident("session", "start",
-                     "of the activities of mask " + std::to_string(mask) + " some are not available");
+        return false;
     }
     std::optional<bool> is_started;
-    const auto run = [&](int activity, auto&& begin) {
-        if ((mask & activity) != 0) {
+    const auto run = [&](bool is_wanted, auto&& begin) {
+        if (is_wanted) {
             const bool has_begun = begin();
             is_started = is_started.value_or(has_begun);
         }
     };
-    run(streaming_mask, [this] { return start_view(); });
-    if (is_started == false) {
-        mask &= ~record_mask; // there is nothing to record, which has been said
-    }
-    run(playback_mask, [this] { return start_playback(); });
-    run(stream_out_mask, [this] { return start_stream_out(); });
-    run(record_mask, [this] { return live_.start_recording(); });
-    return is_started.value_or(false) ? 0 : -1;
+    run(activities.live_view, [this] { return start_view(); });
+    // Without a view there is nothing to record, which has been said.
+    const bool has_source = is_started.value_or(true);
+    run(activities.playback, [this] { return start_playback(); });
+    run(activities.stream_out, [this] { return start_stream_out(); });
+    run(activities.recording && has_source, [this] { return live_.start_recording(); });
+    return is_started.value_or(false);
 }
 
 bool Session::start_view() {
@@ -115,13 +82,12 @@ void Session::give_display() {
 void Session::attach_owner() {
     const auto view = live_.view();
     const std::lock_guard lock{mutex_};
-    const bool to_playback = display_owner_ == PLAYBACK_APP;
+    const bool to_playback = display_owner_ == DisplayOwner::file;
     if (view) {
         view->set_shown(!to_playback);
     }
     if (player_) {
-        player_->set_tempo(to_playback ? playback_tempo_
-                                       : Tempo{playback_tempo_.direction, PLAYER_SPD_PAUSE});
+        player_->set_tempo(to_playback ? playback_tempo_ : Tempo{playback_tempo_.direction, Speed::pause});
     }
     if (to_playback && player_) {
         presenter_.attach(player_->pictures());
@@ -134,7 +100,7 @@ void Session::attach_owner() {
     }
 }
 
-void Session::give_display_to(int owner) {
+void Session::give_display_to(DisplayOwner owner) {
     {
         const std::lock_guard lock{mutex_};
         display_owner_ = owner;
@@ -145,27 +111,25 @@ void Session::give_display_to(int owner) {
 bool Session::start_playback() {
     std::shared_ptr<FilePlayer> player;
     std::shared_ptr<FilePlayer> previous;
-    playback_setup_t setup{};
+    PlaybackSetup setup;
     {
         const std::lock_guard lock{mutex_};
         if (closed_ || !playback_setup_) {
             return false;
         }
         setup = *playback_setup_;
-        const auto tempo = tempo_of(setup.direction, setup.speed);
-        playback_tempo_ = tempo.value_or(Tempo{});
-        FilePlayer::Setup file{text_of(setup.file_name, sizeof setup.file_name), playback_tempo_,
-                               setup.is_trick_mode != 0 ? SidecarUse::kept : SidecarUse::none,
-                               setup.is_cyclic != 0};
+        playback_tempo_ = setup.tempo;
         player = std::make_shared<FilePlayer>(
-            std::move(file),
+            FilePlayer::Setup{setup.latin1_path, setup.tempo, setup.sidecar, setup.repeats},
             FilePlayer::Hooks{[this] { presenter_.wake(); }, [this] { audio_.discard(); },
                               [this](std::span<const std::uint8_t> unit) { data_.put(unit); },
-                              [this, setup](const std::string& reason) { tell_unplayable(setup, reason); }},
+                              [this, path = setup.latin1_path](const std::string& reason) {
+                                  report_unplayable(path, reason);
+                              }},
             time_, messages_);
         previous = std::exchange(player_, player);
         played_ = setup;
-        display_owner_ = PLAYBACK_APP;
+        display_owner_ = DisplayOwner::file;
     }
     stop_stream_out();
     stop_playback(previous);
@@ -176,10 +140,9 @@ bool Session::start_playback() {
         give_display();
         is_ready = player->wait_ready();
     } catch (const MissingFile& missing) {
-        const bool is_cut = ::strnlen(setup.file_name, sizeof setup.file_name) == sizeof setup.file_name;
-        tell_unplayable(setup, is_cut ? "its path is too long" : missing.what());
+        report_unplayable(setup.latin1_path, setup.is_path_cut ? "its path is too long" : missing.what());
     } catch (const std::exception& error) {
-        tell_unplayable(setup, error.what());
+        report_unplayable(setup.latin1_path, error.what());
     }
     if (is_ready) {
         return true;
@@ -190,7 +153,7 @@ bool Session::start_playback() {
         was_current = player_ == player;
         if (was_current) {
             player_.reset();
-            display_owner_ = STREAMING_APP;
+            display_owner_ = DisplayOwner::live_view;
         }
     }
     stop_playback(player);
@@ -201,10 +164,9 @@ bool Session::start_playback() {
 }
 
 /// @param reason the end of a sentence about the file
-void Session::tell_unplayable(const playback_setup_t& setup, const std::string& reason) {
-    const std::string path = text_of(setup.file_name, sizeof setup.file_name);
+void Session::report_unplayable(const std::string& latin1_path, const std::string& reason) {
     messages_.post(MessageBoard::Severity::error, "file", "open",
-                   "Cannot open the file: " + reason + " (" + shown_path(path) + ')');
+                   "Cannot open the file: " + reason + " (" + shown_path(latin1_path) + ')');
 }
 
 bool Session::start_stream_out() {
@@ -214,10 +176,7 @@ bool Session::start_stream_out() {
     {
         const std::lock_guard lock{mutex_};
         player = player_;
-        target.ip = static_cast<std::uint32_t>(played_.ip);
-        const bool is_port = played_.port > 0 && played_.port <= highest_port;
-        target.port = is_port ? static_cast<std::uint16_t>(played_.port) : std::uint16_t{0};
-        target.by_rtp = played_.protocol == Protocol_RTPUDP;
+        target = played_.target;
     }
     if (!player || !player->is_ready() || target.ip == 0 || target.port == 0) {
         log_incident("out", "start",
@@ -261,25 +220,25 @@ bool Session::refuse_in_callback(const char* operation) const {
     return true;
 }
 
-void Session::stop(int mask) {
+void Session::stop(Activities activities) {
     if (refuse_in_callback("stop")) {
         return;
     }
-    if ((mask & record_mask) != 0) {
+    if (activities.recording) {
         live_.stop_recording();
     }
-    if ((mask & streaming_mask) != 0) {
+    if (activities.live_view) {
         stop_view();
     }
-    if ((mask & (stream_out_mask | playback_mask)) != 0) {
+    if (activities.stream_out || activities.playback) {
         stop_stream_out();
     }
-    if ((mask & playback_mask) != 0) {
+    if (activities.playback) {
         std::shared_ptr<FilePlayer> player;
         {
             const std::lock_guard lock{mutex_};
             player = std::exchange(player_, nullptr);
-            display_owner_ = STREAMING_APP;
+            display_owner_ = DisplayOwner::live_view;
         }
         stop_playback(player);
         give_display();
@@ -294,12 +253,12 @@ bool Session::close() {
         const std::lock_guard lock{mutex_};
         closed_ = true;
     }
-    stop(every_mask);
+    stop(Activities::all());
     return true;
 }
 
 void Session::switch_display(bool to_playback) {
-    give_display_to(to_playback ? PLAYBACK_APP : STREAMING_APP);
+    give_display_to(to_playback ? DisplayOwner::file : DisplayOwner::live_view);
 }
 
 std::shared_ptr<FilePlayer> Session::player() const {
@@ -307,29 +266,15 @@ std::shared_ptr<FilePlayer> Session::player() const {
     return player_;
 }
 
-void Session::handle_event(const playback_event_t& event) {
-    const auto player = this->player();
-    switch (event.event_type) {
-    case SEEK_EVENT:
-        if (player) {
-            player->seek(Position{std::chrono::seconds{event.sec}});
-        }
-        break;
-    case UPDATE_EVENT:
-        update_playback(event);
-        break;
-    case PLAYBACK_TAG_EVENT:
-        if (player) {
-            player->mark();
-        }
-        break;
-    case RECORD_TAG_EVENT:
-        live_.mark_recording();
-        break;
-    default:
-        log_incident("session", "event",
-                     "events of type " + std::to_string(event.event_type) + " are not available, ignored");
-        break;
+void Session::seek(Position target) {
+    if (const auto player = this->player()) {
+        player->seek(target);
+    }
+}
+
+void Session::mark_playback() {
+    if (const auto player = this->player()) {
+        player->mark();
     }
 }
 
@@ -338,40 +283,40 @@ std::optional<int> Session::tag(int index) const {
     return player ? player->tag(index) : std::nullopt;
 }
 
-void Session::update_playback(const playback_event_t& event) {
-    const auto tempo = tempo_of(event.dir, event.speed);
+void Session::set_tempo(Tempo tempo) {
     const std::lock_guard lock{mutex_};
-    if (!player_ || !tempo) {
+    if (!player_) {
         return;
     }
-    playback_tempo_ = *tempo;
-    if (display_owner_ == PLAYBACK_APP) {
-        player_->set_tempo(*tempo);
+    playback_tempo_ = tempo;
+    if (display_owner_ == DisplayOwner::file) {
+        player_->set_tempo(tempo);
     }
 }
 
-void Session::report(velmora_info_t& info, bool reset) {
+SessionReport Session::report(bool reset) {
+    SessionReport report;
     const auto player = this->player();
     {
         const std::lock_guard lock{mutex_};
-        info.active_app = display_owner_;
+        report.owner = display_owner_;
         if (stream_out_) {
-            info.action_bit |= stream_out_mask;
-            info.pb_stream_info.protocol = played_.protocol;
-            info.pb_stream_info.frame_count = static_cast<std::int32_t>(stream_out_->pictures());
+            report.sent_pictures = stream_out_->pictures();
+            report.is_sent_by_rtp = played_.target.by_rtp;
         }
     }
     if (player) {
-        info.action_bit |= playback_mask;
         if (reset) {
             player->reset_counters();
         }
-        player->report(info);
+        report.playback = player->report();
     }
-    live_.report(info);
-    if (!player || info.active_app == STREAMING_APP) {
-        live_.report_stream(info, reset);
+    report.recording = live_.recording();
+    report.is_viewing = live_.view() != nullptr;
+    if (!player || report.owner == DisplayOwner::live_view) {
+        report.live = live_.report(reset);
     }
+    return report;
 }
 
 } // namespace velmora

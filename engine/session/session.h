@@ -9,7 +9,8 @@
 #include "play/file_player.h"
 #include "present/audio_out.h"
 #include "present/presenter.h"
-#include "velmoraapi.h"
+#include "session/playback_setup.h"
+#include "session/session_report.h"
 
 #include <memory>
 #include <mutex>
@@ -18,9 +19,19 @@
 
 namespace velmora {
 
+/// What can be started and stopped.
+struct Activities {
+    bool playback{false};   ///< a file plays
+    bool stream_out{false}; ///< that is sent out
+    bool live_view{false};
+    bool recording{false}; ///< of what is received
+
+    static constexpr Activities all() { return {true, true, true, true}; }
+};
+
 /// Owns presenter, sound and activities, and says which activity has the display: a played file takes it and
 /// gives it back when it ends. All operations may be called from any thread; stopping and closing from inside
-/// the overlay callback is refused. Only start(1) waits for media work.
+/// the overlay callback is refused. Only starting playback waits for media work.
 class Session {
 public:
     /// @param time outlives the session
@@ -29,48 +40,56 @@ public:
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    void set_overlay(velmora_user_overlay_callback_t callback, void* user);
+    /// @param overlay called on the presenter's thread; null for nobody
+    void set_overlay(Overlay overlay);
     void set_display_size(PictureSize size);
-    void set_playback(const playback_setup_t& setup);
-    void set_streaming(const streaming_setup_t& setup) { live_.set_streaming(setup); }
-    void set_recording(const record_setup_t& setup) { live_.set_recording(setup); }
+    void set_playback(PlaybackSetup setup);
+    void set_streaming(StreamingSetup setup) { live_.set_streaming(std::move(setup)); }
+    void set_recording(RecorderSetup setup) { live_.set_recording(std::move(setup)); }
     /// From now on, of what is viewed and of what is played.
-    void set_data(const data_setup_t& setup) { data_.set(setup); }
-    /// @param mask of 1 << ACTION_BIT
-    /// @return 0 when started: of live view or playback together with others, when the first one was
-    int start(int mask);
-    void stop(int mask);
+    void set_data(const DataTargets& targets) { data_.set(targets); }
+    /// @return started: of live view or playback together with others, the first one was
+    bool start(Activities activities);
+    void stop(Activities activities);
     /// Ends everything; a start in progress returns. Nothing can be started afterwards.
     /// @return false when refused
     bool close();
     /// Gives the display to file playback (true) or live view. A file that loses it pauses, a live view goes
     /// on unseen.
     void switch_display(bool to_playback);
-    void handle_event(const playback_event_t& event);
+    /// Without a file that plays, the commands to one have no effect.
+    void seek(Position target);
+    void set_tempo(Tempo tempo);
+    /// Marks the second that is shown of the file.
+    void mark_playback();
+    void mark_recording() { live_.mark_recording(); }
     /// Position of a tag of the played file, seconds; nothing behind the last one.
     std::optional<int> tag(int index) const;
-    void report(velmora_info_t& info, bool reset);
+    /// Never waits.
+    /// @param reset counts from zero
+    SessionReport report(bool reset);
+    /// For events that are met before a session knows of them. Any thread.
+    MessageBoard& messages() { return messages_; }
     /// The newest message for the user; nothing when there has been none. Never waits.
     std::optional<MessageBoard::Message> message() const { return messages_.newest(); }
 
 private:
     bool start_playback();
     void stop_playback(const std::shared_ptr<FilePlayer>& player);
-    void tell_unplayable(const playback_setup_t& setup, const std::string& reason);
+    void report_unplayable(const std::string& latin1_path, const std::string& reason);
     bool start_stream_out();
     void stop_stream_out();
     bool start_view();
     void stop_view();
     bool refuse_in_callback(const char* operation) const;
     std::shared_ptr<FilePlayer> player() const;
-    void update_playback(const playback_event_t& event);
     void give_display();
     void attach_owner();
-    void give_display_to(int owner);
+    void give_display_to(DisplayOwner owner);
 
     TimeSource& time_;
     MessageBoard messages_{time_}; ///< first: everything below may say something until it ends
-    DataOutlet data_{messages_};
+    DataOutlet data_;
     Presenter presenter_{time_};
     AudioOut audio_{time_, messages_};
     LiveChannel live_{time_,
@@ -82,11 +101,11 @@ private:
     mutable std::mutex mutex_; ///< held for moments only, never while media work is done
     // Protected by mutex_:
     std::shared_ptr<FilePlayer> player_;
-    playback_setup_t played_{};                      ///< what player_ was started with
-    std::optional<playback_setup_t> playback_setup_; ///< for the next start
-    std::shared_ptr<StreamOut> stream_out_;          ///< of player_
-    Tempo playback_tempo_;                           ///< wanted, also while the file has lost the display
-    int display_owner_{STREAMING_APP};
+    PlaybackSetup played_;                        ///< what player_ was started with
+    std::optional<PlaybackSetup> playback_setup_; ///< for the next start
+    std::shared_ptr<StreamOut> stream_out_;       ///< of player_
+    Tempo playback_tempo_;                        ///< wanted, also while the file has lost the display
+    DisplayOwner display_owner_{DisplayOwner::live_view};
     bool closed_{false};
 };
 

@@ -1,8 +1,7 @@
 // What the statistics tell of a stream, wherever it comes from.
 #pragma once
 
-#include "decode/picture_size.h"
-#include "velmoraapi.h"
+#include "media/picture_size.h"
 
 #include <cstdint>
 
@@ -31,9 +30,13 @@ struct StreamCounters {
     std::uint64_t data_units{0};
 };
 
-/// Fills what a poll reads of a stream.
-/// @param baseline the counters at the last reset
-void report_stream(velmora_info_t& info, const StreamFacts& facts, const StreamCounters& counters,
-                   const StreamCounters& baseline);
+/// What was counted since `baseline`.
+StreamCounters operator-(const StreamCounters& counters, const StreamCounters& baseline);
+
+/// What a poll reads of a stream.
+struct StreamReport {
+    StreamFacts facts;
+    StreamCounters counters; ///< since the last reset
+};
 
 } // namespace velmora

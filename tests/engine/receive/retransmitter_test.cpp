@@ -48,7 +48,7 @@ TEST(Retransmitter, SendsSevenPacketsADatagramAndTheRestAtOnce) {
 TEST(Retransmitter, ItsOwnReceiverGetsTheStreamBitForBit) {
     const std::uint16_t port = free_udp_port();
     test::Collector collector;
-    const auto receiver = receive({.protocol = Protocol_UDPTS, .port = port}, real_time(), collector.sink());
+    const auto receiver = receive({.transport = Transport::udp, .port = port}, real_time(), collector.sink());
     const Retransmitter retransmitter{INADDR_LOOPBACK, port};
     const Bytes stream = numbered_packets(700);
     retransmitter.send(block_of(stream));

@@ -53,8 +53,8 @@ std::optional<std::string> play_silently(const std::string& request) {
 }
 
 std::unique_ptr<Receiver> receive_from(const std::string& url, Collector& collector,
-                                       std::int32_t protocol = Protocol_RTSPTCP) {
-    return receive({.protocol = protocol, .rtsp_url = url}, real_time(), collector.sink());
+                                       Transport transport = Transport::rtsp_by_tcp) {
+    return receive({.transport = transport, .rtsp_url = url}, real_time(), collector.sink());
 }
 
 /// Median time that a receiver takes to end; `is_in_state` is waited for before.
@@ -179,7 +179,7 @@ TEST(RtspConnecting, TheOtherTransportIsTriedWhenTheChosenOneBringsNothing) {
     }};
     Collector collector;
     const auto start = Clock::now();
-    const auto receiver = receive_from(server.url(), collector, Protocol_RTSPUDP);
+    const auto receiver = receive_from(server.url(), collector, Transport::rtsp_by_udp);
     EXPECT_TRUE(eventually([&] {
         const std::lock_guard lock{mutex};
         return setups.size() >= 2;
@@ -193,7 +193,7 @@ TEST(RtspConnecting, AServerThatSendsByOneTransportOnlyIsReceivedByIt) {
     const auto file = make_stream({.width = 320, .height = 180, .bitrate = "300k"});
     const RtspServerProcess server{rtsp_pipeline(file, RtspPayload::elementary, "h264", "none"), "tcp"};
     Collector collector;
-    const auto receiver = receive_from(server.url(), collector, Protocol_RTSPUDP);
+    const auto receiver = receive_from(server.url(), collector, Transport::rtsp_by_udp);
     EXPECT_TRUE(collector.wait_for(1));
 }
 
@@ -206,7 +206,7 @@ TEST(RtspConnecting, AnAddressIsMadeOfServerPortAndSession) {
         return rtsp_answer(request, "404 Not Found");
     }};
     Collector collector;
-    const auto receiver = receive({.protocol = Protocol_RTSPTCP,
+    const auto receiver = receive({.transport = Transport::rtsp_by_tcp,
                                    .rtsp_url = "127.0.0.1",
                                    .rtsp_session = "front/door.sdp",
                                    .rtsp_port = server.port()},
@@ -216,7 +216,8 @@ TEST(RtspConnecting, AnAddressIsMadeOfServerPortAndSession) {
         return first.find(" rtsp://127.0.0.1:" + std::to_string(server.port()) +
                           "/front/door.sdp RTSP/1.0") != std::string::npos;
     })) << first;
-    EXPECT_THROW(receive({.protocol = Protocol_RTSPTCP}, real_time(), collector.sink()), ReceptionError);
+    EXPECT_THROW(receive({.transport = Transport::rtsp_by_tcp}, real_time(), collector.sink()),
+                 ReceptionError);
 }
 
 TEST(RtspConnecting, ReceptionComesBackWithTheServer) {
@@ -251,20 +252,20 @@ TEST(RtspStopping, TakesAMomentInEveryState) {
 
 TEST(RtspStopping, TakesAMomentWhileReceiving) {
     const auto file = make_stream({.width = 320, .height = 180, .bitrate = "300k"});
-    for (const auto protocol : {Protocol_RTSPTCP, Protocol_RTSPUDP}) {
+    for (const auto transport : {Transport::rtsp_by_tcp, Transport::rtsp_by_udp}) {
         std::vector<Clock::duration> times;
         for (int i = 0; i < 3; ++i) {
             // A new one each time: it does not survive every client that leaves at once.
             const RtspServerProcess server{rtsp_pipeline(file, RtspPayload::elementary, "h264", "none")};
             Collector collector;
-            auto receiver = receive_from(server.url(), collector, protocol);
+            auto receiver = receive_from(server.url(), collector, transport);
             ASSERT_TRUE(collector.wait_for(1));
             const auto start = Clock::now();
             receiver.reset();
             times.push_back(Clock::now() - start);
         }
         std::ranges::nth_element(times, times.begin() + 1);
-        EXPECT_LT(times[1], 110ms) << protocol;
+        EXPECT_LT(times[1], 110ms) << (transport == Transport::rtsp_by_udp ? "UDP" : "TCP");
     }
 }
 

@@ -25,7 +25,7 @@ using test::eventually;
 
 struct RtspCase {
     std::string name;
-    std::int32_t protocol;
+    Transport transport;
     RtspPayload payload;
     std::string video;
     std::string audio;
@@ -41,8 +41,8 @@ std::filesystem::path clip(const std::string& video, const std::string& audio) {
                         .audio = audio});
 }
 
-std::unique_ptr<Receiver> receive_from(const std::string& url, std::int32_t protocol, Collector& collector) {
-    return receive({.protocol = protocol, .rtsp_url = url}, real_time(), collector.sink());
+std::unique_ptr<Receiver> receive_from(const std::string& url, Transport transport, Collector& collector) {
+    return receive({.transport = transport, .rtsp_url = url}, real_time(), collector.sink());
 }
 
 /// Times of the packets that carry a clock, seconds.
@@ -66,7 +66,7 @@ TEST_P(RtspReception, MakesATransportStreamThatPlaysFromItsFirstPicture) {
     const RtspServerProcess server{
         rtsp_pipeline(clip(what.video, what.audio), what.payload, what.video, what.audio)};
     Collector collector;
-    const auto receiver = receive_from(server.url(), what.protocol, collector);
+    const auto receiver = receive_from(server.url(), what.transport, collector);
     // Two of the clip's five seconds.
     ASSERT_TRUE(eventually([&] {
         const auto times = clock_times(collector.bytes());
@@ -103,13 +103,15 @@ TEST_P(RtspReception, MakesATransportStreamThatPlaysFromItsFirstPicture) {
 INSTANTIATE_TEST_SUITE_P(
     All, RtspReception,
     testing::Values(
-        RtspCase{"H264AndAacOverUdp", Protocol_RTSPUDP, RtspPayload::elementary, "h264", "aac"},
-        RtspCase{"H264AndAacOverTcp", Protocol_RTSPTCP, RtspPayload::elementary, "h264", "aac"},
-        RtspCase{"HevcAndMp2OverTcp", Protocol_RTSPTCP, RtspPayload::elementary, "hevc", "mp2"},
-        RtspCase{"H264AndOpusOverUdp", Protocol_RTSPUDP, RtspPayload::elementary, "h264", "opus"},
-        RtspCase{"Mpeg2AndMp3OverTcp", Protocol_RTSPTCP, RtspPayload::elementary, "mpeg2", "mp3"},
-        RtspCase{"TransportStreamOverUdp", Protocol_RTSPUDP, RtspPayload::transport_stream, "h264", "aac"},
-        RtspCase{"TransportStreamOverTcp", Protocol_RTSPTCP, RtspPayload::transport_stream, "h264", "mp2"}),
+        RtspCase{"H264AndAacOverUdp", Transport::rtsp_by_udp, RtspPayload::elementary, "h264", "aac"},
+        RtspCase{"H264AndAacOverTcp", Transport::rtsp_by_tcp, RtspPayload::elementary, "h264", "aac"},
+        RtspCase{"HevcAndMp2OverTcp", Transport::rtsp_by_tcp, RtspPayload::elementary, "hevc", "mp2"},
+        RtspCase{"H264AndOpusOverUdp", Transport::rtsp_by_udp, RtspPayload::elementary, "h264", "opus"},
+        RtspCase{"Mpeg2AndMp3OverTcp", Transport::rtsp_by_tcp, RtspPayload::elementary, "mpeg2", "mp3"},
+        RtspCase{"TransportStreamOverUdp", Transport::rtsp_by_udp, RtspPayload::transport_stream, "h264",
+                 "aac"},
+        RtspCase{"TransportStreamOverTcp", Transport::rtsp_by_tcp, RtspPayload::transport_stream, "h264",
+                 "mp2"}),
     [](const auto& all) { return all.param.name; });
 
 } // namespace

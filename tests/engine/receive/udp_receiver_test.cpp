@@ -40,8 +40,9 @@ constexpr double brisk = 5e6; ///< bytes per second: 40 Mbit/s
 
 class UdpReceiverTest : public testing::Test {
 protected:
-    std::unique_ptr<Receiver> receive_by(std::int32_t protocol, std::uint32_t address = 0) {
-        return receive({.protocol = protocol, .group = address, .port = port}, real_time(), collector.sink());
+    std::unique_ptr<Receiver> receive_by(Transport transport, std::uint32_t address = 0) {
+        return receive({.transport = transport, .group = address, .port = port}, real_time(),
+                       collector.sink());
     }
     SendRecipe recipe(std::uint32_t address = INADDR_LOOPBACK) const {
         return {.target = {.address = address, .port = port}, .bytes_per_second = brisk};
@@ -65,7 +66,7 @@ protected:
 };
 
 TEST_F(UdpReceiverTest, HandsOnUnicastBitForBit) {
-    const auto receiver = receive_by(Protocol_UDPTS);
+    const auto receiver = receive_by(Transport::udp);
     const SendTruth truth = send(stream, recipe());
     ASSERT_TRUE(collector.wait_for(stream.size()));
     EXPECT_EQ(collector.bytes(), stream);
@@ -77,10 +78,10 @@ TEST_F(UdpReceiverTest, HandsOnUnicastBitForBit) {
 }
 
 TEST_F(UdpReceiverTest, HandsOnMulticastAndOnlyTheGroupAskedFor) {
-    const auto receiver = receive_by(Protocol_UDPTS, group);
+    const auto receiver = receive_by(Transport::udp, group);
     Collector of_other;
-    const auto other =
-        receive({.protocol = Protocol_UDPTS, .group = group + 1, .port = port}, real_time(), of_other.sink());
+    const auto other = receive({.transport = Transport::udp, .group = group + 1, .port = port}, real_time(),
+                               of_other.sink());
     const Bytes of_other_stream = numbered_packets(70, 100000);
     send(of_other_stream, recipe(group + 1));
     send(stream, recipe(group));
@@ -92,8 +93,8 @@ TEST_F(UdpReceiverTest, HandsOnMulticastAndOnlyTheGroupAskedFor) {
 TEST_F(UdpReceiverTest, UnicastIsNotMixedWithGroupsOfOthers) {
     Collector of_other;
     const auto other =
-        receive({.protocol = Protocol_UDPTS, .group = group, .port = port}, real_time(), of_other.sink());
-    const auto receiver = receive_by(Protocol_UDPTS);
+        receive({.transport = Transport::udp, .group = group, .port = port}, real_time(), of_other.sink());
+    const auto receiver = receive_by(Transport::udp);
     send(numbered_packets(70, 100000), recipe(group));
     ASSERT_TRUE(of_other.wait_for(70 * ts_packet_size));
     send(stream, recipe());
@@ -110,7 +111,7 @@ TEST_F(UdpReceiverTest, PutsRtpInOrder) {
     // What a sender that stood still brings too late is lost.
     expect_undisturbed([&] {
         collector.clear();
-        const auto receiver = receive_by(Protocol_RTPUDP);
+        const auto receiver = receive_by(Transport::rtp);
         const SendTruth truth = send(stream, how);
         EXPECT_GT(truth.repeated, 0U);
         return collector.wait_for(stream.size()) && collector.bytes() == stream &&
@@ -119,7 +120,7 @@ TEST_F(UdpReceiverTest, PutsRtpInOrder) {
 }
 
 TEST_F(UdpReceiverTest, CountsRtpLossExactly) {
-    const auto receiver = receive_by(Protocol_RTPUDP);
+    const auto receiver = receive_by(Transport::rtp);
     SendRecipe how = rtp_recipe();
     how.fate = [](std::uint64_t datagram) {
         const bool is_burst = datagram >= 500 && datagram < 550;
@@ -138,7 +139,7 @@ TEST_F(UdpReceiverTest, WhatFindsNoRoomIsToldApartFromLossInTheNetwork) {
     std::latch goes_on{1};
     bool is_first = true; // of the receiver's thread
     const auto receiver =
-        receive({.protocol = Protocol_RTPUDP, .port = port}, real_time(), [&](const SharedBlock& /*block*/) {
+        receive({.transport = Transport::rtp, .port = port}, real_time(), [&](const SharedBlock& /*block*/) {
             if (std::exchange(is_first, false)) {
                 stands_still.count_down();
                 goes_on.wait();
@@ -162,7 +163,7 @@ TEST_F(UdpReceiverTest, WhatFindsNoRoomIsToldApartFromLossInTheNetwork) {
 }
 
 TEST_F(UdpReceiverTest, ALostPacketHoldsUpALowRateForAMomentOnly) {
-    const auto receiver = receive_by(Protocol_RTPUDP);
+    const auto receiver = receive_by(Transport::rtp);
     SendRecipe how = rtp_recipe();
     how.fate = [](std::uint64_t datagram) { return DatagramFate{.copies = datagram == 1 ? 0 : 1}; };
     send(numbered_packets(21), how);
@@ -173,7 +174,7 @@ TEST_F(UdpReceiverTest, ALostPacketHoldsUpALowRateForAMomentOnly) {
 TEST_F(UdpReceiverTest, TheFirstDatagramsTellPrivateStreamsApart) {
     for (const bool is_rtp : {false, true}) {
         collector.clear();
-        const auto receiver = receive_by(Protocol_PRIVATE);
+        const auto receiver = receive_by(Transport::udp_or_rtp);
         SendRecipe how = recipe();
         how.rtp = is_rtp;
         how.fate = [is_rtp](std::uint64_t datagram) {
@@ -186,7 +187,7 @@ TEST_F(UdpReceiverTest, TheFirstDatagramsTellPrivateStreamsApart) {
 }
 
 TEST_F(UdpReceiverTest, MergesAStreamSplitOverThreePorts) {
-    const auto receiver = receive_by(Protocol_Split);
+    const auto receiver = receive_by(Transport::split);
     SendRecipe how = recipe();
     how.target.ports = 3;
     send(stream, how);
@@ -195,7 +196,7 @@ TEST_F(UdpReceiverTest, MergesAStreamSplitOverThreePorts) {
 }
 
 TEST_F(UdpReceiverTest, DropsRepeatedDatagramsAndJunk) {
-    const auto receiver = receive_by(Protocol_UDPTS);
+    const auto receiver = receive_by(Transport::udp);
     SendRecipe how = recipe();
     how.in_front = Bytes(12, 0x80);
     how.fate = [](std::uint64_t datagram) { return DatagramFate{.copies = datagram % 3 == 0 ? 2 : 1}; };
@@ -234,7 +235,7 @@ private:
 
 TEST_F(UdpReceiverTest, KeepsToOneOfTwoSendersUntilItIsSilent) {
     const StderrCapture errors;
-    const auto receiver = receive_by(Protocol_UDPTS);
+    const auto receiver = receive_by(Transport::udp);
     const DatagramSource first{0x7F000001, port};
     const DatagramSource second{0x7F000002, port};
     constexpr std::size_t datagram = 7 * ts_packet_size;
@@ -260,7 +261,7 @@ TEST_F(UdpReceiverTest, KeepsToOneOfTwoSendersUntilItIsSilent) {
 
 TEST_F(UdpReceiverTest, ReportsASenderThatIsIgnoredOnlyWhereTheOtherGoesOn) {
     const StderrCapture errors;
-    const auto receiver = receive_by(Protocol_UDPTS);
+    const auto receiver = receive_by(Transport::udp);
     const DatagramSource first{0x7F000001, port};
     const DatagramSource second{0x7F000002, port};
     const Bytes packets = numbered_packets(7);
@@ -274,10 +275,10 @@ TEST_F(UdpReceiverTest, ReportsASenderThatIsIgnoredOnlyWhereTheOtherGoesOn) {
 }
 
 TEST_F(UdpReceiverTest, GoesOnWhenASenderBeginsAgain) {
-    for (const auto protocol : {Protocol_UDPTS, Protocol_RTPUDP}) {
+    for (const auto transport : {Transport::udp, Transport::rtp}) {
         collector.clear();
-        const auto receiver = receive_by(protocol);
-        SendRecipe how = protocol == Protocol_RTPUDP ? rtp_recipe() : recipe();
+        const auto receiver = receive_by(transport);
+        SendRecipe how = transport == Transport::rtp ? rtp_recipe() : recipe();
         send(stream, how);
         ASSERT_TRUE(collector.wait_for(stream.size()));
         // The new one has another port; it takes over once the old one has been silent for a while.
@@ -297,7 +298,7 @@ TEST_F(UdpReceiverTest, JoinsOnInterfacesThatComeUpLater) {
         if (!is_possible) {
             return;
         }
-        const auto receiver = receive_by(Protocol_UDPTS, group);
+        const auto receiver = receive_by(Transport::udp, group);
         ASSERT_EQ(std::system("ip link set lo up"), 0);
         SendRecipe how = recipe(group);
         how.loops = true;
@@ -376,7 +377,7 @@ TEST_F(UdpReceiverTest, KeepsItsGroupWhileInterfacesComeGoAndChangeTheirAddress)
         if (!is_possible) {
             return;
         }
-        const auto receiver = receive_by(Protocol_UDPTS, group);
+        const auto receiver = receive_by(Transport::udp, group);
         ASSERT_TRUE(run("ip address add 10.9.0.1/24 dev near && ip link set near up"));
         other.act();
         EXPECT_TRUE(collector.wait_for(1)) << "on an interface that came later";
@@ -400,17 +401,15 @@ TEST_F(UdpReceiverTest, APortThatCannotBeOpenedIsRefused) {
     address.sin_port = htons(port);
     ASSERT_EQ(::bind(taken, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     try {
-        receive_by(Protocol_UDPTS);
+        receive_by(Transport::udp);
         ADD_FAILURE() << "it was opened";
     } catch (const ReceptionError& error) {
         EXPECT_EQ(std::string{error.what()},
                   "UDP port " + std::to_string(port) + " is in use by another program");
     }
     ::close(taken);
-    EXPECT_THROW(receive({.protocol = Protocol_UDPTS, .port = 0}, real_time(), collector.sink()),
+    EXPECT_THROW(receive({.transport = Transport::udp, .port = 0}, real_time(), collector.sink()),
                  ReceptionError);
-    EXPECT_THROW(receive_by(Protocol_HTTP), ReceptionError);
-    EXPECT_THROW(receive_by(99), ReceptionError);
 }
 
 /// Holds a port together with whoever shares it; nothing where somebody does not.
@@ -427,9 +426,9 @@ FileDescriptor share(std::uint16_t port) {
 }
 
 TEST_F(UdpReceiverTest, AUnicastPortIsNotTakenFromWhoHoldsIt) {
-    const auto first = receive_by(Protocol_UDPTS);
+    const auto first = receive_by(Transport::udp);
     Collector of_second;
-    EXPECT_THROW(receive({.protocol = Protocol_UDPTS, .port = port}, real_time(), of_second.sink()),
+    EXPECT_THROW(receive({.transport = Transport::udp, .port = port}, real_time(), of_second.sink()),
                  ReceptionError);
     // Nor by a program that would share it.
     EXPECT_FALSE(share(port));
@@ -440,17 +439,17 @@ TEST_F(UdpReceiverTest, AUnicastPortIsNotTakenFromWhoHoldsIt) {
 TEST_F(UdpReceiverTest, AUnicastPortThatIsSharedAlreadyIsRefused) {
     FileDescriptor sharing = share(port);
     ASSERT_TRUE(sharing);
-    EXPECT_THROW(receive_by(Protocol_UDPTS), ReceptionError);
+    EXPECT_THROW(receive_by(Transport::udp), ReceptionError);
     sharing = {};
-    EXPECT_NO_THROW(receive_by(Protocol_UDPTS));
+    EXPECT_NO_THROW(receive_by(Transport::udp));
 }
 
 TEST_F(UdpReceiverTest, AGroupIsWatchedByAsManyAsWantTo) {
     Collector of_second;
     const auto first =
-        receive({.protocol = Protocol_UDPTS, .group = group, .port = port}, real_time(), collector.sink());
+        receive({.transport = Transport::udp, .group = group, .port = port}, real_time(), collector.sink());
     const auto second =
-        receive({.protocol = Protocol_UDPTS, .group = group, .port = port}, real_time(), of_second.sink());
+        receive({.transport = Transport::udp, .group = group, .port = port}, real_time(), of_second.sink());
     send(stream, recipe(group));
     EXPECT_TRUE(collector.wait_for(stream.size()));
     EXPECT_TRUE(of_second.wait_for(stream.size()));
@@ -458,7 +457,7 @@ TEST_F(UdpReceiverTest, AGroupIsWatchedByAsManyAsWantTo) {
 
 TEST_F(UdpReceiverTest, AnAddressThatIsNoGroupIsRefused) {
     for (const std::uint32_t address : {0x7F000001U, 0xDFFFFFFFU, 0xF0000000U, 0xFFFFFFFFU}) {
-        EXPECT_THROW(receive({.protocol = Protocol_UDPTS, .group = address, .port = port}, real_time(),
+        EXPECT_THROW(receive({.transport = Transport::udp, .group = address, .port = port}, real_time(),
                              collector.sink()),
                      ReceptionError)
             << address;
@@ -474,7 +473,7 @@ TEST_F(UdpReceiverTest, StopsAtOnce) {
         for (int i = 0; i < 9; ++i) {
             collector.clear();
             auto receiver = receive(
-                {.protocol = Protocol_UDPTS, .port = has_data ? port : static_cast<std::uint16_t>(port + 1)},
+                {.transport = Transport::udp, .port = has_data ? port : static_cast<std::uint16_t>(port + 1)},
                 real_time(), collector.sink());
             ASSERT_TRUE(!has_data || collector.wait_for(1));
             const auto start = std::chrono::steady_clock::now();

@@ -4,13 +4,24 @@
 #include "media/timeline.h"
 #include "play/tempo.h"
 #include "tracks/stream_facts.h"
-#include "velmoraapi.h"
 
-#include <cstdint>
 #include <mutex>
 #include <string>
 
 namespace velmora {
+
+/// How playback stands.
+struct PlaybackReport {
+    enum class State { off, playing, pausing, at_end, at_start };
+
+    State state{State::off};
+    Tempo tempo;
+    Ticks elapsed{0};
+    Ticks length{0}; ///< of the file as far as it is known
+    bool is_growing{false};
+    std::string latin1_path; ///< as it was given
+    StreamReport stream;
+};
 
 /// Facts of the playback, each updated by the player's own threads.
 struct PlaybackFacts {
@@ -22,11 +33,8 @@ struct PlaybackFacts {
 };
 
 /// One mutex around plain records. Thread-safe.
-class PlaybackBoard {
+class PlaybackStatus {
 public:
-    /// @param latin1_path as the application gave it
-    explicit PlaybackBoard(std::string latin1_path) : path_{std::move(latin1_path)} {}
-
     /// Changes facts and counters in one step; `change` must be short.
     template <class Change>
     void update(Change&& change) {
@@ -34,16 +42,15 @@ public:
         change(facts_, counters_);
     }
 
-    /// Fills the parts of `info` that belong to file playback.
     /// @param position of the clock now
     /// @param length of the file as far as it is known
-    void report(velmora_info_t& info, Position position, Ticks length) const;
+    /// @return all but the file itself
+    PlaybackReport report(Position position, Ticks length) const;
     /// Counts from zero again.
     void reset_counters();
 
 private:
     mutable std::mutex mutex_;
-    const std::string path_;
     PlaybackFacts facts_;
     StreamCounters counters_;
     StreamCounters baseline_; ///< at the last reset

@@ -1,4 +1,4 @@
-#include "decode/picture_size.h"
+#include "media/picture_size.h"
 
 #include <algorithm>
 #include <cmath>
