@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs every shell line of README.md that needs no person, in a fresh clone and in the order of the document. A line
-# that this script does not know fails it. What is not committed is not tested.
+# Runs every shell line of README.md and docs/try-it.md that needs no person, in a fresh clone, in the order of the
+# documents, each once. A line that this script does not know fails it. What is not committed is not tested.
 # usage: shell_lines.sh CHECKOUT
 set -euo pipefail
 
@@ -15,6 +15,7 @@ fi
 
 folder=$(mktemp -d)
 log=$folder/log
+: >"$log"
 started=
 cleanup() {
     stop_line
@@ -123,16 +124,25 @@ show_board() {
     unshare --net --mount bash "$folder/board" 2>&1 || fail "failed: the lines about the data board"
 }
 
-lines=$(sed -n 's/^    //p' README.md)
+documents=(README.md docs/try-it.md)
+lines=
+for document in "${documents[@]}"; do
+    of_document=$(sed -n 's/^    //p' "$document")
+    [[ -n "$of_document" ]] || fail "$document has no shell lines"
+    lines+=$of_document$'\n'
+done
 count=0
+declare -A seen
 while IFS= read -r line; do
+    [[ -z "${seen[$line]:-}" ]] || continue
+    seen[$line]=1
     count=$((count + 1))
     SECONDS=0
     case $line in
     ./run.sh*) run "$line" ;;
-    ./test.sh* | *'ctest --preset dev') echo "readme: skipped since this test is among what it runs: $line" ;;
+    ./test.sh*) echo "readme: skipped since this test is among what it runs: $line" ;;
     'scripts/install_packages.sh '*'--target '*) run "$line" ;;
-    build/dev/bin/with_data*) run "$line" ;;
+    build/dev/bin/with_data* | 'cat build/sample/'*) run "$line" ;;
     build/dev/bin/rtsp_server*) serves "$line" ;;
     'ffmpeg -re '*) sends "$line" ;;
     'ffmpeg -loglevel error -f data -i udp://127.0.0.1:5001 '*) prints "$line" 127.0.0.1 5001 ;;
@@ -141,7 +151,6 @@ while IFS= read -r line; do
     *) fail "there is no test for: $line" ;;
     esac
     echo "readme: $SECONDS s: $line"
-done <<<"$lines"
-((count > 0)) || fail "README.md has no shell lines"
+done <<<"${lines%$'\n'}"
 show_board
 echo "readme: $count lines"
