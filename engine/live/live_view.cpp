@@ -225,7 +225,7 @@ void LiveView::follow_shown(bool shown) {
     if (shown == std::exchange(is_shown_, shown)) {
         return;
     }
-    ++pictures_->generation;
+    pictures_->clock.hold({});
     pictures_->pictures.clear();
     {
         const std::lock_guard lock{mutex_};
@@ -341,7 +341,7 @@ void LiveView::note_pictures(SteadyTime ready) {
 /// waits for.
 void LiveView::offer_preview(Picture picture) {
     if (!offered_) {
-        picture.generation = pictures_->generation.load();
+        picture.generation = pictures_->clock.generation();
         pictures_->pictures.try_push(std::move(picture));
     }
 }
@@ -351,7 +351,7 @@ bool LiveView::offer_pictures() {
     bool offered = false;
     while (!ready.empty()) {
         Picture& picture = ready.front();
-        picture.generation = pictures_->generation.load();
+        picture.generation = pictures_->clock.generation();
         picture.begins_run = !offered_;
         if (!pictures_->pictures.try_push(std::move(picture))) {
             was_full_ = true;

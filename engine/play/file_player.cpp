@@ -25,6 +25,9 @@ FilePlayer::FilePlayer(Setup setup, Hooks hooks, TimeSource& time, MessageBoard&
     : setup_{std::move(setup)}, hooks_{std::move(hooks)}, time_{time}, messages_{messages},
       pictures_{std::make_shared<PictureSource>()}, sounds_{std::make_shared<SoundQueue>(sound_queue_depth)},
       index_{std::make_shared<AccessPointIndex>()}, slow_decoding_{messages, "file"}, tempo_{setup_.tempo} {
+    if (tempo_.is_paused()) {
+        pictures_->clock.set_rate(0.0, time_.now());
+    }
     pictures_->recent = std::make_unique<RecentPictures>();
     pictures_->patience = patience;
     pictures_->on_shown = [this](const Picture& picture) { picture_shown(picture); };
@@ -153,8 +156,10 @@ bool FilePlayer::is_ready() const {
 
 PlayProgress FilePlayer::progress() const {
     const std::lock_guard lock{mutex_};
-    const bool is_plain = run_begun_ && run_rate_ == 1.0 && tempo_.rate() == 1.0 && rest_ != Rest::at_start;
-    return {is_plain, rest_ == Rest::at_end, pictures_->generation.load(), last_shown_.value_or(Position{})};
+    const SharedPlayClock& clock = pictures_->clock;
+    const bool is_plain =
+        clock.has_begun() && clock.rate_of_run() == 1.0 && tempo_.rate() == 1.0 && rest_ != Rest::at_start;
+    return {is_plain, rest_ == Rest::at_end, pictures_->clock.generation(), last_shown_.value_or(Position{})};
 }
 
 PlaybackReport FilePlayer::report() const {
@@ -218,7 +223,7 @@ void FilePlayer::run(const std::stop_token& stop) {
 /// With its picture on the screen a pause needs nothing more: what follows is decoded when playing goes on.
 bool FilePlayer::rests_in_pause() const {
     const std::lock_guard lock{mutex_};
-    return tempo_.is_paused() && run_begun_;
+    return tempo_.is_paused() && pictures_->clock.has_begun();
 }
 
 void FilePlayer::wait_for_work(const std::stop_token& stop) {

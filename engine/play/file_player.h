@@ -174,8 +174,6 @@ private:
     std::size_t shown_bytes_{0};             ///< of the decoded picture shown last
     PictureSize shown_size_;                 ///< of that picture, square pixels
     Tempo tempo_;
-    double run_rate_{1.0};  ///< of the active run, when it is not paused
-    bool run_begun_{false}; ///< the clock follows the active run
     Rest rest_{Rest::none};
     mutable ArrivalMeter data_meter_; ///< looking forgets what is old
 

@@ -29,11 +29,12 @@ void FilePlayer::check_limit() {
     const auto offered = active().last_offered();
     {
         const std::lock_guard lock{mutex_};
-        const bool is_shown = !offered || (run_begun_ && last_delivered_ == offered);
+        const bool is_shown = !offered || (pictures_->clock.has_begun() && last_delivered_ == offered);
         if (rest_ != Rest::none || tempo_.is_paused() || !is_shown) {
             return;
         }
-        if (!other_ && (!run_begun_ || pictures_->clock.snapshot().position(time_.now()) < *limit)) {
+        if (!other_ &&
+            (!pictures_->clock.has_begun() || pictures_->clock.snapshot().position(time_.now()) < *limit)) {
             return;
         }
     }
@@ -88,7 +89,7 @@ void FilePlayer::rest(Rest rest, Position at) {
     {
         const std::lock_guard lock{mutex_};
         rest_ = rest;
-        pictures_->clock.anchor(at, 0.0, time_.now());
+        pictures_->clock.stop_at(at);
     }
     status_.update([&](PlaybackFacts& facts, StreamCounters&) {
         facts.at_end = rest == Rest::at_end;

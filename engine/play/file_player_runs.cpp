@@ -60,9 +60,7 @@ void FilePlayer::hold_at(Position position) {
     slow_decoding_.withdraw();
     {
         const std::lock_guard lock{mutex_};
-        ++pictures_->generation;
-        pictures_->clock.anchor(position, 0.0, time_.now());
-        run_begun_ = false;
+        pictures_->clock.hold(position);
         rest_ = Rest::none;
         last_delivered_.reset();
     }
@@ -81,7 +79,7 @@ void FilePlayer::begin_forward(const DecodingStart& start, Position target) {
         const std::lock_guard lock{mutex_};
         last_shown_.reset();
         // Where another run takes over at once, the clock waits for it.
-        run_rate_ = is_suited(tempo_) ? tempo_.rate() : 0.0;
+        pictures_->clock.set_rate(is_suited(tempo_) ? tempo_.rate() : 0.0, time_.now());
     }
     forward_->begin(start, target);
 }
@@ -138,12 +136,9 @@ void FilePlayer::follow_tempo() {
 void FilePlayer::set_clock_rate(double rate) {
     {
         const std::lock_guard lock{mutex_};
-        run_rate_ = rate;
-        if (!run_begun_ || rest_ != Rest::none || tempo_.is_paused() ||
-            pictures_->clock.snapshot().rate() == rate) {
+        if (tempo_.is_paused() || !pictures_->clock.set_rate(rate, time_.now())) {
             return;
         }
-        pictures_->clock.set_rate(rate, time_.now());
     }
     hooks_.clock_changed();
 }
@@ -162,7 +157,9 @@ void FilePlayer::turn(Position from, const Tempo& tempo) {
     }
     followed_ = tempo;
     const std::lock_guard lock{mutex_};
-    run_rate_ = tempo.rate();
+    if (!tempo_.is_paused()) {
+        pictures_->clock.set_rate(tempo.rate(), time_.now());
+    }
 }
 
 void FilePlayer::begin_other(Position from, const Tempo& tempo) {

@@ -1,4 +1,4 @@
-// What is on the screen, told by the presenter, and the clock that follows it.
+// What is on the screen, as the presenter reports it.
 #include "play/file_player.h"
 
 #include <algorithm>
@@ -22,12 +22,10 @@ std::size_t bytes_of(const AVFrame& frame) {
 void FilePlayer::picture_shown(const Picture& picture) {
     {
         const std::lock_guard lock{mutex_};
-        if (picture.generation != pictures_->generation.load()) {
+        if (picture.generation != pictures_->clock.generation()) {
             return;
         }
         if (picture.begins_run) {
-            pictures_->clock.anchor(picture.position, tempo_.is_paused() ? 0.0 : run_rate_, time_.now());
-            run_begun_ = true;
             expect_groups_around(picture.position);
         }
         last_shown_ = picture.position;
@@ -47,7 +45,7 @@ void FilePlayer::picture_shown(const Picture& picture) {
 void FilePlayer::picture_delivered(const Picture& picture) {
     {
         const std::lock_guard lock{mutex_};
-        if (picture.generation != pictures_->generation.load()) {
+        if (picture.generation != pictures_->clock.generation()) {
             return;
         }
         last_delivered_ = picture.position;
@@ -65,8 +63,7 @@ void FilePlayer::expect_groups_around(Position position) {
 
 void FilePlayer::sound_begins(Position position) {
     const std::lock_guard lock{mutex_};
-    pictures_->clock.anchor(position, tempo_.is_paused() ? 0.0 : run_rate_, time_.now());
-    run_begun_ = true;
+    pictures_->clock.begin_run(pictures_->clock.generation(), position, time_.now());
     last_shown_ = position;
 }
 

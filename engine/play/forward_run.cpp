@@ -150,7 +150,7 @@ bool ForwardRun::needs_more() const {
 }
 
 void ForwardRun::offer_preview(Picture picture) {
-    picture.generation = outlet_.pictures->generation.load();
+    picture.generation = outlet_.pictures->clock.generation();
     if (outlet_.pictures->pictures.try_push(std::move(picture))) {
         outlet_.ready();
     }
@@ -170,7 +170,7 @@ bool ForwardRun::offer_pictures() {
             ready.pop_front();
             continue;
         }
-        picture.generation = outlet_.pictures->generation.load();
+        picture.generation = outlet_.pictures->clock.generation();
         picture.begins_run = !offered_;
         if (!queue.try_push(std::move(picture))) {
             break;

@@ -58,7 +58,7 @@ bool KeyRun::work() {
     }
     reached_ = point->presentation;
     if (auto picture = decode(*point)) {
-        picture->generation = outlet_.pictures->generation.load();
+        picture->generation = outlet_.pictures->clock.generation();
         picture->begins_run = !offered_;
         pending_ = std::move(picture);
     }

@@ -99,7 +99,7 @@ bool ReverseRun::offer() {
         if (offered_ && !is_last && !spacing_.admits(picture.position)) {
             continue;
         }
-        picture.generation = outlet_.pictures->generation.load();
+        picture.generation = outlet_.pictures->clock.generation();
         picture.begins_run = !offered_;
         last_offered_ = picture.position;
         offered_ = true;

@@ -21,7 +21,6 @@ struct PictureSource {
 
     MediaQueue<Picture> pictures{depth};
     SharedPlayClock clock;
-    std::atomic<std::uint64_t> generation{0}; ///< raised by a seek: what is older falls out where it is met
     /// Called on the presenter's thread for each picture in the moment it is shown. Set before attaching.
     std::function<void(const Picture&)> on_shown;
     /// Called there as well, when the picture has been handed over. Set before attaching.

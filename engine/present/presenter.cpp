@@ -151,7 +151,7 @@ bool Presenter::step(Lock& lock, SteadyTime& next_due) {
 void Presenter::look_ahead() {
     // A jump may raise the generation at any moment: each picture is held against the latest.
     const auto is_stale = [&](const Picture& picture) {
-        return picture.generation != source_->generation.load();
+        return picture.generation != source_->clock.generation();
     };
     std::erase_if(source_->ahead, is_stale);
     while (source_->ahead.size() < lookahead) {
@@ -172,6 +172,7 @@ void Presenter::begin_run(Lock& lock, Picture picture) {
     if (source->recent) {
         source->recent->forget();
     }
+    source->clock.begin_run(picture.generation, picture.position, time_.now());
     if (source->on_shown) {
         source->on_shown(picture);
     }
@@ -205,6 +206,9 @@ void Presenter::deliver(Lock& lock, Picture picture, bool is_new) {
         const RgbPicture rgb = converter_.convert(*picture.frame, size);
         if (is_new && source->recent) {
             remember(*source, picture, rgb);
+        }
+        if (is_new && picture.begins_run) {
+            source->clock.begin_run(picture.generation, picture.position, time_.now());
         }
         if (is_new && source->on_shown) {
             source->on_shown(picture);

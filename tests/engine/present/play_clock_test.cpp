@@ -46,6 +46,42 @@ TEST(PlayClock, ChangesItsRateWithoutAJump) {
     EXPECT_EQ(clock.position(now + 10s), at(7));
 }
 
+TEST(PlayClock, OfARunStandsUntilItsFirstPictureIsShown) {
+    SharedPlayClock clock;
+    const SteadyTime now{100s};
+    clock.hold(at(10));
+    EXPECT_FALSE(clock.set_rate(2.0, now)) << "it takes effect when the run begins";
+    EXPECT_FALSE(clock.has_begun());
+    EXPECT_EQ(clock.snapshot().position(now + 5s), at(10));
+    clock.begin_run(clock.generation(), at(11), now + 5s);
+    EXPECT_TRUE(clock.has_begun());
+    EXPECT_EQ(clock.snapshot().position(now + 6s), at(13));
+    clock.begin_run(clock.generation(), at(50), now + 6s);
+    EXPECT_EQ(clock.snapshot().position(now + 6s), at(13)) << "it goes already";
+}
+
+TEST(PlayClock, IgnoresTheBeginningOfAStaleRun) {
+    SharedPlayClock clock;
+    const SteadyTime now{100s};
+    const auto stale = clock.generation();
+    clock.hold(at(10));
+    clock.begin_run(stale, at(20), now);
+    EXPECT_FALSE(clock.has_begun());
+    EXPECT_EQ(clock.snapshot().position(now), at(10));
+}
+
+TEST(PlayClock, StandsAtTheEndOfARunWhateverItsRate) {
+    SharedPlayClock clock;
+    const SteadyTime now{100s};
+    clock.begin_run(clock.generation(), at(10), now);
+    clock.stop_at(at(12));
+    EXPECT_FALSE(clock.set_rate(5.0, now + 1s));
+    clock.begin_run(clock.generation(), at(1), now + 1s);
+    EXPECT_EQ(clock.snapshot().position(now + 9s), at(12));
+    EXPECT_TRUE(clock.has_begun()) << "it was shown";
+    EXPECT_EQ(clock.rate_of_run(), 5.0);
+}
+
 TEST(PlayClock, IsHeldBackToWhatItHasPassedInBothDirections) {
     SharedPlayClock clock;
     const SteadyTime now{100s};

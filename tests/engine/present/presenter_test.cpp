@@ -64,13 +64,13 @@ private:
 TEST(Presenter, ShowsTheFirstPictureOfARunThatBeganWhileItTookAStaleOne) {
     Watch watch;
     const auto source = std::make_shared<PictureSource>();
-    source->generation = 1;
+    source->clock.hold({});
     source->on_shown = [&](const Picture& shown) { watch.shown(shown); };
     source->pictures.try_push(picture(0, false)); // stale
     bool is_first = true;
     source->pictures.set_on_room([&] {
         if (std::exchange(is_first, false)) {
-            source->generation = 2;
+            source->clock.hold({});
             source->pictures.try_push(picture(2, true));
         }
     });
