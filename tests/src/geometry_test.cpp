@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <ostream>
 
 namespace {
 
@@ -71,6 +72,10 @@ struct GroupLimit {
     int port_x;
     bool action_group_shown;
 };
+
+void PrintTo(const GroupLimit& limit, std::ostream* out) {
+    *out << limit.window_width;
+}
 
 class LayoutLimits : public testing::TestWithParam<GroupLimit> {};
 

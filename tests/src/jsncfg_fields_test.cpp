@@ -7,6 +7,7 @@
 
 #include <QJsonDocument>
 #include <limits>
+#include <ostream>
 #include <vector>
 
 namespace {
@@ -95,8 +96,13 @@ TEST_F(JsnCfgFields, ANumberThatIsNoIntegerBecomesZero) {
 }
 
 struct SectionOfWrongType {
+    const char* name;
     const char* text;
 };
+
+void PrintTo(const SectionOfWrongType& section, std::ostream* out) {
+    *out << section.name;
+}
 
 class JsnCfgSections : public JsnCfgFields, public testing::WithParamInterface<SectionOfWrongType> {};
 
@@ -110,9 +116,11 @@ TEST_P(JsnCfgSections, ASectionThatIsNoObjectKeepsTheDefaults) {
     EXPECT_EQ(object().value(QStringLiteral("network")).toObject().size(), 10);
 }
 
-INSTANTIATE_TEST_SUITE_P(Values, JsnCfgSections,
-                         testing::Values(SectionOfWrongType{"null"}, SectionOfWrongType{"true"},
-                                         SectionOfWrongType{"5"}, SectionOfWrongType{"\"Port\""},
-                                         SectionOfWrongType{"[{\"Port\": 5}]"}, SectionOfWrongType{"{}"}));
+INSTANTIATE_TEST_SUITE_P(
+    Values, JsnCfgSections,
+    testing::Values(SectionOfWrongType{"Null", "null"}, SectionOfWrongType{"Boolean", "true"},
+                    SectionOfWrongType{"Number", "5"}, SectionOfWrongType{"String", "\"Port\""},
+                    SectionOfWrongType{"Array", "[{\"Port\": 5}]"}, SectionOfWrongType{"EmptyObject", "{}"}),
+    testing::PrintToStringParamName());
 
 } // namespace

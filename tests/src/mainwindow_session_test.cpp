@@ -7,6 +7,7 @@
 #include <QSlider>
 
 #include <array>
+#include <ostream>
 
 namespace {
 
@@ -98,6 +99,11 @@ struct ProtocolCase {
     int protocol;
 };
 
+/// As in "Transport4Mode1".
+void PrintTo(const ProtocolCase& configured, std::ostream* out) {
+    *out << "Transport" << configured.transport << "Mode" << configured.rtsp_mode;
+}
+
 class ProtocolTest : public SessionTest, public testing::WithParamInterface<ProtocolCase> {};
 
 TEST_P(ProtocolTest, FollowsTheConfiguredTransport) {
@@ -122,7 +128,8 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(ProtocolCase{0, 0, Protocol_PRIVATE}, ProtocolCase{1, 1, Protocol_UDPTS},
                     ProtocolCase{2, 0, Protocol_RTPUDP}, ProtocolCase{3, 0, Protocol_Split},
                     ProtocolCase{4, 0, Protocol_RTSPUDP}, ProtocolCase{4, 1, Protocol_RTSPTCP},
-                    ProtocolCase{9, 0, Protocol_PRIVATE}));
+                    ProtocolCase{9, 0, Protocol_PRIVATE}),
+    testing::PrintToStringParamName());
 
 TEST_F(SessionTest, MulticastModeGivesTheGroup) {
     save_section(QStringLiteral("network"),

@@ -50,7 +50,8 @@ INSTANTIATE_TEST_SUITE_P(Codecs, BlockPattern,
                                                       .height = 576,
                                                       .bitrate = "4M",
                                                       .interlaced = true,
-                                                      .duration = 2}));
+                                                      .duration = 2}),
+                         testing::PrintToStringParamName());
 
 TEST(BlockPatternReader, ReadsNothingFromAPictureWithoutPattern) {
     const std::vector<std::uint8_t> grey(static_cast<std::size_t>(bytes_per_row) * height, 128);

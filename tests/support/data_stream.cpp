@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <ostream>
 #include <span>
 #include <string>
 
@@ -156,6 +157,29 @@ void put_units(DataMuxer& muxer, DataStream& made, DataCarriage carriage) {
 }
 
 } // namespace
+
+void PrintTo(DataCarriage carriage, std::ostream* out) {
+    switch (carriage) {
+    case DataCarriage::synchronous:
+        *out << "Synchronous";
+        break;
+    case DataCarriage::asynchronous:
+        *out << "Asynchronous";
+        break;
+    case DataCarriage::plain:
+        *out << "Plain";
+        break;
+    case DataCarriage::as_metadata:
+        *out << "AsMetadata";
+        break;
+    case DataCarriage::single_cells:
+        *out << "SingleCells";
+        break;
+    case DataCarriage::without_cells:
+        *out << "WithoutCells";
+        break;
+    }
+}
 
 DataStream with_data(const std::vector<std::uint8_t>& stream, DataCarriage carriage) {
     DataStream made;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <iosfwd>
 #include <vector>
 
 /// How data travels (MISB ST 1402).
@@ -13,6 +14,8 @@ enum class DataCarriage {
     single_cells, ///< stream type 0x15: one cell in each PES packet
     without_cells ///< stream type 0x15, but no cell headers
 };
+
+void PrintTo(DataCarriage carriage, std::ostream* out);
 
 struct DataStream {
     std::vector<std::uint8_t> stream;             ///< with the data in it

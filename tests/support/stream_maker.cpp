@@ -5,6 +5,10 @@
 #include <memory>
 #include <sstream>
 
+void PrintTo(const StreamRecipe& recipe, std::ostream* out) {
+    *out << recipe.codec << '_' << recipe.width << 'x' << recipe.height;
+}
+
 std::filesystem::path make_stream(const StreamRecipe& recipe) {
     std::ostringstream command;
     command << "'" MAKE_STREAM_SCRIPT "' --tool '" PATTERN_STREAM_TOOL "' --cache '" STREAM_CACHE "'"

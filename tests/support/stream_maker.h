@@ -5,6 +5,7 @@
 #define TESTS_SUPPORT_STREAM_MAKER_H
 
 #include <filesystem>
+#include <iosfwd>
 #include <string>
 
 /** What a stream consists of; its pictures carry their number as a block pattern. */
@@ -26,6 +27,9 @@ struct StreamRecipe {
     std::string video_options{}; /* more options for the encoder, as ffmpeg takes them */
     std::string mux_options{};   /* more options for the muxer */
 };
+
+/** As in "h264_640x360". */
+void PrintTo(const StreamRecipe& recipe, std::ostream* out);
 
 /** Path of a stream made by the recipe, from the cache when it was made before; empty when ffmpeg fails. */
 std::filesystem::path make_stream(const StreamRecipe& recipe);

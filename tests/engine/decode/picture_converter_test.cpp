@@ -6,6 +6,11 @@
 #include <array>
 #include <cmath>
 #include <cstdlib>
+#include <ostream>
+
+extern "C" {
+#include <libavutil/pixdesc.h>
+}
 
 namespace velmora {
 namespace {
@@ -95,6 +100,15 @@ struct Colour {
     std::array<int, 3> rgb;
 };
 
+/// As in "bt709_tv_64_lines_162_44_142".
+void PrintTo(const Colour& colour, std::ostream* out) {
+    *out << av_color_space_name(colour.space) << '_' << av_color_range_name(colour.range) << '_'
+         << colour.height << "_lines";
+    for (const int value : colour.yuv) {
+        *out << '_' << value;
+    }
+}
+
 class Colours : public testing::TestWithParam<Colour> {};
 
 TEST_P(Colours, ComeOutAsTheStreamAnnouncesThem) {
@@ -124,9 +138,16 @@ INSTANTIATE_TEST_SUITE_P(
         Colour{AVCOL_SPC_UNSPECIFIED, AVCOL_RANGE_UNSPECIFIED, 64, {162, 44, 142}, {191, 191, 0}},
         Colour{AVCOL_SPC_UNSPECIFIED, AVCOL_RANGE_UNSPECIFIED, 720, {168, 44, 136}, {191, 191, 0}},
         Colour{AVCOL_SPC_SMPTE170M, AVCOL_RANGE_JPEG, 64, {128, 128, 128}, {128, 128, 128}},
-        Colour{AVCOL_SPC_SMPTE170M, AVCOL_RANGE_JPEG, 64, {255, 128, 128}, {255, 255, 255}}));
+        Colour{AVCOL_SPC_SMPTE170M, AVCOL_RANGE_JPEG, 64, {255, 128, 128}, {255, 255, 255}}),
+    testing::PrintToStringParamName());
 
-class Scaling : public testing::TestWithParam<PictureSize> {};
+struct ScaledSize : PictureSize {};
+
+void PrintTo(const ScaledSize& size, std::ostream* out) {
+    *out << size.width << 'x' << size.height;
+}
+
+class Scaling : public testing::TestWithParam<ScaledSize> {};
 
 TEST_P(Scaling, ShowsTheSamePlacesInAnotherSize) {
     const AvFrame frame = smooth_picture(640, 360);
@@ -150,9 +171,10 @@ TEST_P(Scaling, ShowsTheSamePlacesInAnotherSize) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Sizes, Scaling,
-                         testing::Values(PictureSize{350, 197}, PictureSize{351, 198}, PictureSize{64, 36},
-                                         PictureSize{720, 405}, PictureSize{1279, 719}, PictureSize{640, 359},
-                                         PictureSize{1024, 576}));
+                         testing::Values(ScaledSize{{350, 197}}, ScaledSize{{351, 198}}, ScaledSize{{64, 36}},
+                                         ScaledSize{{720, 405}}, ScaledSize{{1279, 719}},
+                                         ScaledSize{{640, 359}}, ScaledSize{{1024, 576}}),
+                         testing::PrintToStringParamName());
 
 TEST(PictureConverter, FollowsPicturesThatChange) {
     PictureConverter converter;

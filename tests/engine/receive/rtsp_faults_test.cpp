@@ -17,6 +17,7 @@
 #include <iterator>
 #include <mutex>
 #include <netinet/in.h>
+#include <ostream>
 #include <span>
 
 namespace velmora {
@@ -105,6 +106,10 @@ struct Fault {
     std::string name;
     FakeRtspServer::Script script;
 };
+
+void PrintTo(const Fault& fault, std::ostream* out) {
+    *out << fault.name;
+}
 
 FakeRtspServer::Script always(const std::string& status, const std::string& headers = {}) {
     return [=](const std::string& request) { return rtsp_answer(request, status, headers); };

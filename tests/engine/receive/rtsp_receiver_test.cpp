@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cmath>
 #include <netinet/in.h>
+#include <ostream>
 
 namespace velmora {
 namespace {
@@ -30,6 +31,10 @@ struct RtspCase {
     std::string video;
     std::string audio;
 };
+
+void PrintTo(const RtspCase& rtsp_case, std::ostream* out) {
+    *out << rtsp_case.name;
+}
 
 /// The server's MPEG-2 parser loses B pictures.
 std::filesystem::path clip(const std::string& video, const std::string& audio) {

@@ -112,21 +112,6 @@ INSTANTIATE_TEST_SUITE_P(Carriages, DataForwarding,
                          testing::Values(DataCarriage::synchronous, DataCarriage::asynchronous,
                                          DataCarriage::plain, DataCarriage::as_metadata,
                                          DataCarriage::single_cells, DataCarriage::without_cells),
-                         [](const auto& carriage) -> std::string {
-                             switch (carriage.param) {
-                             case DataCarriage::synchronous:
-                                 return "Synchronous";
-                             case DataCarriage::asynchronous:
-                                 return "Asynchronous";
-                             case DataCarriage::plain:
-                                 return "Plain";
-                             case DataCarriage::as_metadata:
-                                 return "AsMetadata";
-                             case DataCarriage::single_cells:
-                                 return "SingleCells";
-                             default:
-                                 return "WithoutCells";
-                             }
-                         });
+                         testing::PrintToStringParamName());
 
 } // namespace

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <ostream>
 
 namespace {
 
@@ -27,6 +28,14 @@ void PrintTo(const Pace& pace, std::ostream* out) {
 
 enum class Direction { forward, backward };
 enum class Reordering { none, three_pictures };
+
+void PrintTo(Direction direction, std::ostream* out) {
+    *out << (direction == Direction::forward ? "Forward" : "Backward");
+}
+
+void PrintTo(Reordering reordering, std::ostream* out) {
+    *out << (reordering == Reordering::none ? "WithoutReordering" : "WithReordering");
+}
 
 class TrickPace : public testing::TestWithParam<std::tuple<Reordering, Direction, Pace>> {
 protected:
@@ -123,8 +132,7 @@ TEST_P(TrickPace, IsThatOfTheSpeed) {
 
 std::string name_of(const testing::TestParamInfo<TrickPace::ParamType>& test) {
     const auto [reordering, direction, pace] = test.param;
-    return std::string{pace.name} + (direction == Direction::forward ? "Forward" : "Backward") +
-           (reordering == Reordering::none ? "WithoutReordering" : "WithReordering");
+    return pace.name + testing::PrintToString(direction) + testing::PrintToString(reordering);
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <numeric>
+#include <ostream>
 #include <random>
 
 namespace velmora {
@@ -63,6 +64,10 @@ struct Layout {
     std::size_t prefix;
 };
 
+void PrintTo(const Layout& layout, std::ostream* out) {
+    *out << layout.stride << "Bytes";
+}
+
 class PacketLayouts : public testing::TestWithParam<Layout> {};
 
 TEST_P(PacketLayouts, AreRecognisedAndCutWhateverThePieces) {
@@ -81,7 +86,8 @@ TEST_P(PacketLayouts, AreRecognisedAndCutWhateverThePieces) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(All, PacketLayouts, testing::Values(Layout{188, 0}, Layout{192, 4}, Layout{204, 0}));
+INSTANTIATE_TEST_SUITE_P(All, PacketLayouts, testing::Values(Layout{188, 0}, Layout{192, 4}, Layout{204, 0}),
+                         testing::PrintToStringParamName());
 
 TEST(PacketSync, SkipsJunkInFront) {
     Bytes bytes(1001, 0x11);
