@@ -17,7 +17,7 @@ checks=$(clang-tidy --version | cat - .clang-tidy tests/.clang-tidy | sha256sum)
 built_from() {
     ninja -C "$build" -t deps | (
         cd "$build"
-        awk '/^[^ ]/ { if (line) print line; line = "" } /^ / && $1 !~ /^\/usr\// { line = line " " $1 }
+        awk '/^[^ ]/ { if (line) print line; line = "" } /^ / && $1 !~ /^\/usr\/|cmake_pch/ { line = line " " $1 }
              END { if (line) print line }' |
             while read -ra files; do
                 realpath --relative-to="$root" "${files[@]}" | tr '\n' ' '
@@ -36,6 +36,12 @@ is_wanted() {
     return 1
 }
 
+# Precompiled headers are made for another compiler.
+commands=$build/tidy
+mkdir -p "$commands"
+sed 's/ -Winvalid-pch -include [^ ]*cmake_pch\.hxx//; s/ -fpch-preprocess//' "$build/compile_commands.json" \
+    >"$commands/compile_commands.json"
+
 pending=()
 count=0
 while read -ra files; do
@@ -49,7 +55,7 @@ echo "tidy: ${#pending[@]} of $count sources to look at"
 
 check() {
     local unit=$1 stamp=$2 output
-    if output=$(clang-tidy --quiet -p "$build" "$unit" 2>/dev/null); then
+    if output=$(clang-tidy --quiet -p "$commands" "$unit" 2>/dev/null); then
         touch "$stamp"
     else
         printf '%s\n' "$output"
@@ -57,7 +63,7 @@ check() {
     fi
 }
 export -f check
-export build
+export commands
 if ((${#pending[@]} > 0)); then
     printf '%s\n' "${pending[@]}" | xargs -P "$(nproc)" -L 1 bash -c 'check "$1" "$2"' check
 fi

@@ -1,0 +1,1 @@
+// Has headers precompiled that many tests include.
