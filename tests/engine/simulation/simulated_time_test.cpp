@@ -210,6 +210,12 @@ TEST_F(SimulatedTimes, WorkCostsWhatItsKindDoes) {
     EXPECT_EQ(time.now(), begin + 41ms);
 }
 
+TEST_F(SimulatedTimes, WhatComesOfWorkComesAtItsEnd) {
+    time.set_cost([](const DecodingWork&) { return 40ms; });
+    time.measure({}, [this] { note("decoded"); });
+    EXPECT_EQ(happened, (Lines{"40 decoded"}));
+}
+
 TEST_F(SimulatedTimes, NothingShortensWork) {
     time.set_cost([](const DecodingWork&) { return 40ms; });
     Worker worker = decoder("decoded");

@@ -127,7 +127,6 @@ SteadyTime SimulatedTime::now() const {
 }
 
 TimeSource::Seconds SimulatedTime::measure(const DecodingWork& work, const std::function<void()>& decode) {
-    decode();
     Cost cost;
     {
         const std::lock_guard lock{mutex_};
@@ -140,6 +139,7 @@ TimeSource::Seconds SimulatedTime::measure(const DecodingWork& work, const std::
         task.sleep = Task::Sleep::deep;
         sleep(lock, task, end_of_work(std::chrono::round<SteadyClock::duration>(taken)));
     }
+    decode();
     return taken;
 }
 

@@ -39,6 +39,7 @@ public:
 
     /// Begins well behind zero, always at the same time.
     SteadyTime now() const override;
+    /// Decodes when the cost has passed, so that whatever comes of it comes then.
     /// @return the cost
     Seconds measure(const DecodingWork& work, const std::function<void()>& decode) override;
     std::unique_ptr<WakeSignal> make_signal() override;
