@@ -121,6 +121,22 @@ TEST_F(LiveOn, AJitteringNetworkADelayAboveTheJitterHidesIt) {
     EXPECT_LE(later.longest, 42ms);
 }
 
+TEST_F(LiveOn, ANetworkThatHoldsUpOnceASyncDelayAboveThatHidesIt) {
+    const auto shown = watch(held_up(sent(20, 0).whole_pictures(), 2s, 300ms), 500ms);
+    EXPECT_TRUE(shows(shown, {{.last = 0}, {.first = 1, .last = 499, .begin = 540ms}}));
+}
+
+TEST_F(LiveOn, ANetworkThatHoldsUpOnceEveryPictureIsShownAndThreeSecondsLaterOnTime) {
+    constexpr std::size_t held = 30; // of the first group, whose key picture came on time
+    constexpr std::size_t later = held + (300ms + 3s) / 40ms;
+    const auto shown = watch(held_up(sent(20, 0).whole_pictures(), 1200ms, 300ms));
+    expect_all(shown, 499);
+    EXPECT_TRUE(shows({shown.begin(), shown.begin() + held + 1},
+                      {{.last = held - 1}, {.first = held, .last = held, .begin = 1500ms}}));
+    EXPECT_TRUE(shows({shown.begin() + later, shown.end()},
+                      {{.first = later, .last = 499, .begin = later * Milliseconds{40}}}));
+}
+
 TEST_F(LiveOn, ABurstyNetworkShowsEveryPictureAndSoonEvenly) {
     constexpr auto burst = 200ms;
     const auto shown = watch(in_bursts(sent(20, 0).whole_pictures(), burst));

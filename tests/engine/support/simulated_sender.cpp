@@ -180,6 +180,15 @@ Arrivals in_bursts(Arrivals arrivals, Milliseconds length) {
     return arrivals;
 }
 
+Arrivals held_up(Arrivals arrivals, Milliseconds begin, Milliseconds length) {
+    for (Arrival& arrival : arrivals) {
+        if (arrival.at >= begin) {
+            arrival.at = std::max(arrival.at, begin + length);
+        }
+    }
+    return arrivals;
+}
+
 Arrivals with_loss(Arrivals arrivals, const std::function<bool(std::size_t)>& is_lost) {
     std::size_t number = 0;
     std::erase_if(arrivals, [&](const Arrival&) { return is_lost(number++); });

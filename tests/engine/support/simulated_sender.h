@@ -51,6 +51,8 @@ Arrivals with_drift(Arrivals arrivals, double clock);
 Arrivals with_jitter(Arrivals arrivals, const std::function<Milliseconds(std::size_t)>& delay);
 /// What was sent within such a time comes at its end, together.
 Arrivals in_bursts(Arrivals arrivals, Milliseconds length);
+/// What was sent within `length` from `begin` on comes at the end of that, together.
+Arrivals held_up(Arrivals arrivals, Milliseconds begin, Milliseconds length);
 /// @param is_lost asked for each number
 Arrivals with_loss(Arrivals arrivals, const std::function<bool(std::size_t)>& is_lost);
 
