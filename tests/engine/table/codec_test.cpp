@@ -98,6 +98,11 @@ TEST_P(CodecOfFile, IsPlayedFromAnySecond) {
 }
 
 TEST_P(CodecOfLiveStream, IsShownAndHeard) {
+#ifdef __SANITIZE_THREAD__
+    if (GetParam().v_codec == AV_CODEC_ID_DIRAC) {
+        GTEST_SKIP() << "what the sanitizer adds to its 20 Mbit/s leaves no time to be live";
+    }
+#endif
     SendRecipe send = send_to(free_udp_port());
     // A machine that is too slow for a codec shows a part of each round.
     send.loops = true;
